@@ -1,0 +1,33 @@
+# One folder under src/ is one room: a static library that links only downwards.
+
+add_library(tarnwick_options INTERFACE)
+target_compile_options(tarnwick_options INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+target_compile_definitions(tarnwick_options INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS
+                                                      _FILE_OFFSET_BITS=64)
+target_include_directories(tarnwick_options INTERFACE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_BINARY_DIR}/generated")
+target_link_libraries(tarnwick_options INTERFACE Threads::Threads)
+if(TARNWICK_WERROR)
+    target_compile_options(tarnwick_options INTERFACE -Werror)
+endif()
+if(TARNWICK_SANITIZE)
+    target_compile_options(tarnwick_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined
+                                                      -fno-omit-frame-pointer)
+    target_link_options(tarnwick_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# tarnwick_room(NAME LINKS lib...): makes the library tarnwick_NAME from the .cpp files of the current folder.
+function(tarnwick_room name)
+    cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+    add_library(tarnwick_${name} STATIC ${sources})
+    target_link_libraries(tarnwick_${name} PUBLIC tarnwick_options Qt6::Core ${ARG_LINKS})
+endfunction()
+
+# tarnwick_tests(ROOM LINKS lib...): makes the test program test_ROOM from the .cpp files of the current folder.
+function(tarnwick_tests room)
+    cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+    add_executable(test_${room} ${sources})
+    target_link_libraries(test_${room} PRIVATE tarnwick_options ${ARG_LINKS} tarnwick_test_support GTest::gtest_main)
+    gtest_discover_tests(test_${room} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
+endfunction()

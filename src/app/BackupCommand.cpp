@@ -1,0 +1,143 @@
+#include "app/BackupCommand.h"
+
+#include "app/Console.h"
+#include "app/ResultText.h"
+#include "app/StopSignals.h"
+#include "app/TarnwickBasicMain.h"
+#include "base/Paths.h"
+#include "base/Text.h"
+#include "records/Json.h"
+#include "store/Locations.h"
+#include "sync/PairPlanJson.h"
+#include "sync/Planner.h"
+#include "sync/SyncRunner.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace BackupCommand {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace TarnwickBasicMain;
+
+struct Options {
+    std::vector<fs::path> folders;
+    bool dryRun = false;
+    bool json = false;
+};
+
+/// None when the arguments make no sense.
+std::optional<Options> parse(const std::vector<std::string> &arguments) {
+    Options options;
+    bool onlyFolders = false;
+    for (const std::string &argument : arguments) {
+        if (onlyFolders || !argument.starts_with("--"))
+            options.folders.emplace_back(argument);
+        else if (argument == "--")
+            onlyFolders = true;
+        else if (argument == "--dry-run")
+            options.dryRun = true;
+        else if (argument == "--json")
+            options.json = true;
+        else if (argument != "--backup")
+            return std::nullopt;
+    }
+    const bool hasEmpty = std::any_of(options.folders.begin(), options.folders.end(),
+                                      [](const fs::path &folder) { return folder.empty(); });
+    return options.folders.size() == 2 && !hasEmpty ? std::optional(options) : std::nullopt;
+}
+
+fs::path resolved(const fs::path &path) {
+    std::error_code error;
+    const fs::path result = fs::weakly_canonical(path, error);
+    return error ? path : result;
+}
+
+/// Also behind links, so that a backup can't end up in its own original.
+bool overlap(const fs::path &original, const fs::path &backup) {
+    return Paths::overlap(original, backup) || Paths::overlap(resolved(original), resolved(backup));
+}
+
+SyncJob jobFor(const fs::path &original, const fs::path &backup) {
+    SyncJob job;
+    job.pairID = QUuid::createUuid();
+    job.name = Text::fromBytes(Paths::lastComponent(original));
+    job.original = original;
+    job.backup = backup;
+    const QString fat = QStringLiteral("msdos");
+    job.rules.fatTimeQuirk = Locations::fileSystemType(original) == fat || Locations::fileSystemType(backup) == fat;
+    return job;
+}
+
+PairPlan planOf(const SyncJob &job, const CancelToken &token, Console::ProgressLine &line) {
+    ProgressReporter reporter([&](const SyncProgress &progress) { line.show(progress); });
+    reporter.progress.pairName = job.name;
+    FolderAnchor original = FolderAnchor::missing(job.original);
+    FolderAnchor backup = FolderAnchor::missing(job.backup);
+    try {
+        original = FolderAnchor(job.original);
+        backup = FolderAnchor(job.backup);
+    } catch (const std::system_error &) {
+        // What is missing is the planner's to tell.
+    }
+    Planner planner(job.rules, token, [&] {
+        ++reporter.progress.scanned;
+        reporter.emitThrottled();
+    });
+    return planner.build(original, backup);
+}
+
+int dryRun(const SyncJob &job, const CancelToken &token, bool json) {
+    Console::ProgressLine line;
+    const PairPlan plan = planOf(job, token, line);
+    line.clear();
+    if (token.isCancelled())
+        return Stopped;
+    if (json)
+        Console::outDocument(toJson(plan));
+    else
+        ResultText::print(plan, &Console::out);
+    return plan.problems.empty() ? Clean : Trouble;
+}
+
+int backUp(const SyncJob &job, const CancelToken &token, bool json) {
+    Console::ProgressLine line;
+    SyncRunner runner({job}, token, SyncTrigger::manual, [&](const SyncProgress &progress) { line.show(progress); });
+    SyncRun run = runner.perform();
+    run.finished = QDateTime::currentDateTimeUtc();
+    line.clear();
+    if (json)
+        Console::outDocument(Json::toBytes(run));
+    else
+        ResultText::print(run, &Console::out);
+    if (run.cancelled)
+        return Stopped;
+    return run.fatal || !run.errors.empty() ? Trouble : Clean;
+}
+
+} // namespace
+
+int run(const std::vector<std::string> &arguments) {
+    const std::optional<Options> options = parse(arguments);
+    if (!options) {
+        Console::error(QStringLiteral("usage: tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]"));
+        return WrongUsage;
+    }
+    const fs::path original = Paths::standardised(options->folders[0]);
+    const fs::path backup = Paths::standardised(options->folders[1]);
+    if (overlap(original, backup)) {
+        Console::error(
+            QStringLiteral("The backup folder can't be inside the original folder (or the other way round)."));
+        return WrongUsage;
+    }
+    static CancelToken token;
+    StopSignals::cancelOnSignal(token);
+    const SyncJob job = jobFor(original, backup);
+    return options->dryRun ? dryRun(job, token, options->json) : backUp(job, token, options->json);
+}
+
+} // namespace BackupCommand

@@ -1,0 +1,58 @@
+#include "app/ResultText.h"
+
+#include "base/Fmt.h"
+#include "base/Text.h"
+#include "sync/OneDriveNames.h"
+
+namespace ResultText {
+
+namespace {
+
+void printAll(const std::vector<QString> &texts, const Line &line) {
+    for (const QString &text : texts)
+        line(text);
+}
+
+QString headline(const PairPlan &plan) {
+    if (plan.copies.empty() && plan.folders.empty())
+        return QStringLiteral("Nothing would be copied");
+    std::int64_t bytes = 0;
+    for (const PlannedCopy &copy : plan.copies)
+        bytes += copy.size;
+    const auto files = static_cast<std::int64_t>(plan.copies.size());
+    const auto folders = static_cast<std::int64_t>(plan.folders.size());
+    return Fmt::counted(files, QStringLiteral("file")) + QStringLiteral(" would be copied (") + Fmt::byteCount(bytes) +
+           QStringLiteral("), ") + Fmt::counted(folders, QStringLiteral("folder")) + QStringLiteral(" created");
+}
+
+} // namespace
+
+void print(const SyncRun &run, const Line &line) {
+    line(run.headline());
+    printAll(run.errors, line);
+    printAll(run.conflicts, line);
+    printAll(run.keptNewer, line);
+    printAll(run.notes, line);
+}
+
+void print(const PairPlan &plan, const Line &line) {
+    line(headline(plan));
+    for (const PlannedFolder &folder : plan.folders)
+        line(QStringLiteral("create  ") + Text::fromPath(plan.url(folder)));
+    for (const PlannedCopy &copy : plan.copies) {
+        const bool isNew = copy.kind() == ChangeKind::added;
+        line((isNew ? QStringLiteral("add     ") : QStringLiteral("update  ")) +
+             Text::fromBytes(PairPlan::rel(copy)));
+    }
+    printAll(plan.problems, line);
+    printAll(plan.conflicts, line);
+    printAll(plan.keptNewer, line);
+    for (const PlannedSkip &skip : plan.skipped) {
+        const bool isName = skip.kind == SkipKind::name;
+        line(QStringLiteral("skip    ") + OneDriveNames::visible(Text::fromBytes(PairPlan::rel(skip))) +
+             (isName ? QStringLiteral(" — OneDrive would need the name “") + skip.detail + u'”'
+                     : QStringLiteral(" — OneDrive doesn't accept ") + skip.detail + QStringLiteral(" files")));
+    }
+}
+
+} // namespace ResultText

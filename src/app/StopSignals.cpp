@@ -1,0 +1,25 @@
+#include "app/StopSignals.h"
+
+#include "app/TarnwickBasicMain.h"
+
+#include <thread>
+
+#include <signal.h>
+#include <unistd.h>
+
+void StopSignals::cancelOnSignal(CancelToken &token) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&signals, number);
+    // Blocked in every thread, so that none is interrupted in a system call; one thread waits for them.
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    ::signal(SIGPIPE, SIG_IGN);
+    std::thread([signals, &token] {
+        int received = 0;
+        sigwait(&signals, &received);
+        token.cancel();
+        sigwait(&signals, &received);
+        ::_exit(TarnwickBasicMain::Stopped);
+    }).detach();
+}

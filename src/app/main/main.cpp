@@ -1,0 +1,3 @@
+#include "app/TarnwickBasicMain.h"
+
+int main(int argc, char **argv) { return TarnwickBasicMain::run(argc, argv); }

@@ -1,0 +1,12 @@
+#include "base/FileDescriptor.h"
+
+#include <cerrno>
+
+void FileDescriptor::reset(int descriptor) {
+    if (fd >= 0) {
+        const int before = errno;
+        ::close(fd);
+        errno = before;
+    }
+    fd = descriptor;
+}

@@ -1,0 +1,175 @@
+#include "platform/FileData.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace FileData {
+
+namespace {
+
+constexpr std::int64_t kernelChunk = 8 * 1024 * 1024;
+constexpr std::size_t bufferSize = 256 * 1024;
+/// Below this, trying to share blocks costs more than copying them.
+constexpr std::int64_t worthSharing = 128 * 1024;
+
+[[noreturn]] void fail(const char *call) { throw std::system_error(errno, std::generic_category(), call); }
+
+void writeAll(int destination, const char *data, std::size_t length, std::int64_t offset) {
+    while (length > 0) {
+        const ssize_t written = ::pwrite(destination, data, length, offset);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            fail("write");
+        data += written;
+        length -= static_cast<std::size_t>(written);
+        offset += written;
+    }
+}
+
+class DataCopy {
+  public:
+    DataCopy(int from, int to, const Progress &tell) : source(from), destination(to), progress(tell) {}
+
+    /// Copies the bytes from `begin` to `end`, or less where the source ends earlier.
+    void range(std::int64_t begin, std::int64_t end) {
+        while (begin < end) {
+            const std::int64_t copied = inKernel ? copyInKernel(begin, end - begin) : copyByHand(begin, end - begin);
+            if (copied == 0)
+                return;
+            begin += copied;
+            report(begin);
+        }
+    }
+
+    void withHoles(std::int64_t size) {
+        std::int64_t position = 0;
+        while (position < size) {
+            const off_t data = ::lseek(source, position, SEEK_DATA);
+            if (data < 0 && errno == ENXIO)
+                break;
+            const off_t hole = data < 0 ? -1 : ::lseek(source, data, SEEK_HOLE);
+            if (hole < 0)
+                return range(position, size);
+            range(data, hole);
+            position = hole;
+        }
+        if (::ftruncate(destination, size) != 0)
+            fail("ftruncate");
+        report(size);
+    }
+
+  private:
+    void report(std::int64_t copied) {
+        if (progress(copied) == Continue::No)
+            throw std::system_error(ECANCELED, std::generic_category(), "copy");
+    }
+
+    /// 0 at the end of the source. Falls back to copying by hand, for good, where the kernel can't do it.
+    std::int64_t copyInKernel(std::int64_t position, std::int64_t length) {
+        off_t from = position;
+        off_t to = position;
+        const ssize_t copied = ::copy_file_range(source, &from, destination, &to,
+                                                 static_cast<std::size_t>(std::min(length, kernelChunk)), 0);
+        // Some file systems say "nothing copied" where they mean that they can't: only a read tells the end.
+        if (copied > 0)
+            return copied;
+        if (copied < 0 && errno == EINTR)
+            return copyInKernel(position, length);
+        if (copied < 0 && errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP &&
+            errno != EPERM && errno != EBADF)
+            fail("copy_file_range");
+        inKernel = false;
+        return copyByHand(position, length);
+    }
+
+    std::int64_t copyByHand(std::int64_t position, std::int64_t length) {
+        if (!buffer)
+            buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
+        ssize_t got;
+        do {
+            got = ::pread(source, buffer.get(), std::min(bufferSize, static_cast<std::size_t>(length)), position);
+        } while (got < 0 && errno == EINTR);
+        if (got < 0)
+            fail("read");
+        writeAll(destination, buffer.get(), static_cast<std::size_t>(got), position);
+        return got;
+    }
+
+    int source;
+    int destination;
+    const Progress &progress;
+    bool inKernel = true;
+    std::unique_ptr<char[]> buffer;
+};
+
+} // namespace
+
+void copyData(int source, int destination, const Progress &progress) {
+    struct stat facts = {};
+    if (::fstat(source, &facts) != 0)
+        fail("fstat");
+    if (facts.st_size == 0)
+        return;
+    if (facts.st_size >= worthSharing && ::ioctl(destination, FICLONE, source) == 0) {
+        if (progress(facts.st_size) == Continue::No)
+            throw std::system_error(ECANCELED, std::generic_category(), "copy");
+        return;
+    }
+    DataCopy copy(source, destination, progress);
+    constexpr std::int64_t blockUnit = 512;
+    if (facts.st_blocks * blockUnit < facts.st_size)
+        copy.withHoles(facts.st_size);
+    else
+        copy.range(0, facts.st_size);
+}
+
+namespace {
+
+/// A file system may hold fewer or shorter attributes than the original's, or none: the data matters more.
+void copyUserAttributes(int source, int destination) {
+    const ssize_t length = ::flistxattr(source, nullptr, 0);
+    if (length <= 0)
+        return;
+    std::string names(static_cast<std::size_t>(length), '\0');
+    const ssize_t listed = ::flistxattr(source, names.data(), names.size());
+    names.resize(static_cast<std::size_t>(std::max<ssize_t>(listed, 0)));
+    for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+        const char *name = names.data() + at;
+        if (!std::string_view(name).starts_with("user."))
+            continue;
+        const ssize_t size = ::fgetxattr(source, name, nullptr, 0);
+        if (size < 0)
+            continue;
+        std::vector<char> value(static_cast<std::size_t>(size));
+        const ssize_t got = ::fgetxattr(source, name, value.data(), value.size());
+        if (got >= 0)
+            ::fsetxattr(destination, name, value.data(), static_cast<std::size_t>(got), 0);
+    }
+}
+
+} // namespace
+
+void copyAttributes(int source, const struct stat &original, int destination) {
+    mode_t mode = original.st_mode & 07777;
+    const bool isMine = original.st_uid == ::geteuid() && original.st_gid == ::getegid();
+    if (!isMine && ::fchown(destination, original.st_uid, original.st_gid) != 0)
+        mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
+    copyUserAttributes(source, destination);
+    // A file system without modes (FAT) refuses some of them; the copy is as good as it can be there.
+    if (::fchmod(destination, mode) != 0 && errno != EPERM && errno != EOPNOTSUPP)
+        fail("fchmod");
+}
+
+} // namespace FileData

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/types.h>
+
+/// One line of the kernel's mount table.
+struct MountEntry {
+    int id = 0;
+    int parentId = 0;
+    dev_t device = 0;
+    std::string root;                 ///< which folder of the file system is mounted; "/" unless it is a bind mount
+    std::filesystem::path mountPoint;
+    std::string type;                 ///< as the kernel names it, such as "ext4", "vfat", "fuse.fusefat"
+    std::string source;               ///< as given to mount, such as "/dev/sdb1"
+
+    bool operator==(const MountEntry &) const = default;
+};
+
+/// The mounts that this process sees, in the kernel's order (later ones lie over earlier ones). Everything known about
+/// the type, source and options of a file system comes from here: asking the file system itself can hang on a dead one.
+class MountTable {
+  public:
+    /// The table as it is now; empty when the kernel does not tell.
+    static MountTable read();
+    /// From the text form of /proc/self/mountinfo; lines that make no sense are left out.
+    static MountTable parse(std::string_view text);
+
+    const std::vector<MountEntry> &entries() const { return mounts; }
+    /// The mount with this id, or null.
+    const MountEntry *withId(int id) const;
+    /// The mount that covers a standardised absolute path, judged by its text; null in an empty table.
+    const MountEntry *covering(const std::filesystem::path &path) const;
+    /// Whether paths still lead into the mount: none mounted later covers its mount point.
+    bool isReachable(const MountEntry &entry) const;
+
+  private:
+    std::vector<MountEntry> mounts;
+};
+
+/// The type as the rules for comparing files name it: "msdos" for the FAT drivers, otherwise the kernel's name.
+std::string fileSystemTypeName(const MountEntry &entry);
+
+/// Whether the type is that of a file system that stores files on this machine: neither a network file system nor one
+/// of the kernel's own (proc, sysfs and the like).
+bool isLocalStorage(std::string_view type);

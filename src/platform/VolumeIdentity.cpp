@@ -1,0 +1,69 @@
+#include "platform/VolumeIdentity.h"
+
+#include <system_error>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+namespace VolumeIdentity {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+/// udev writes every byte that is unusual in a file name as "\x" and two hexadecimal digits.
+std::string unescaped(const std::string &name) {
+    std::string result;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name.compare(i, 2, "\\x") == 0 && i + 3 < name.size() && hexDigit(name[i + 2]) >= 0 &&
+            hexDigit(name[i + 3]) >= 0) {
+            result += static_cast<char>(hexDigit(name[i + 2]) * 16 + hexDigit(name[i + 3]));
+            i += 3;
+        } else {
+            result += name[i];
+        }
+    }
+    return result;
+}
+
+/// The name of the link that leads to the entry's device.
+std::optional<std::string> linkTo(const MountEntry &entry, const fs::path &links) {
+    struct stat device = {};
+    if (!entry.source.starts_with('/') || ::stat(entry.source.c_str(), &device) != 0 || !S_ISBLK(device.st_mode))
+        return std::nullopt;
+    std::error_code error;
+    for (fs::directory_iterator link(links, error), end; !error && link != end; link.increment(error)) {
+        struct stat target = {};
+        if (::stat(link->path().c_str(), &target) == 0 && S_ISBLK(target.st_mode) && target.st_rdev == device.st_rdev)
+            return unescaped(link->path().filename().native());
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::string> uuid(const MountEntry &entry, const fs::path &links) { return linkTo(entry, links); }
+
+std::optional<std::string> label(const MountEntry &entry, const fs::path &links) { return linkTo(entry, links); }
+
+bool deviceExists(dev_t device) {
+    if (major(device) == 0)
+        return true;
+    const fs::path entry = "/sys/dev/block/" + std::to_string(major(device)) + ':' + std::to_string(minor(device));
+    std::error_code error;
+    if (!fs::exists(entry, error))
+        return error != std::error_code();
+    // A loop device stays when its file is detached; only its "loop" folder goes.
+    constexpr unsigned loopMajor = 7;
+    return major(device) != loopMajor || fs::exists(entry / "loop", error);
+}
+
+} // namespace VolumeIdentity

@@ -1,0 +1,187 @@
+#include "sync/Copier.h"
+
+#include "platform/FileFacts.h"
+#include "platform/FolderAnchor.h"
+#include "platform/Lock.h"
+#include "sync/CopyError.h"
+#include "sync/Swap.h"
+
+#include <cerrno>
+#include <cmath>
+#include <optional>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+[[noreturn]] void fail(int error, const char *what) { throw std::system_error(error, std::generic_category(), what); }
+
+CopyError incomplete() {
+    return CopyError(QStringLiteral("The copy was incomplete (the file may have changed while copying). It will be "
+                                    "retried next time."));
+}
+
+struct stat factsOf(int descriptor) {
+    struct stat facts = {};
+    if (::fstat(descriptor, &facts) != 0)
+        fail(errno, "fstat");
+    return facts;
+}
+
+bool isSameMoment(const timespec &a, FileTime b) { return a.tv_sec == b.seconds && a.tv_nsec == b.nanoseconds; }
+
+/// Both are looked at by path: what counts is what stands under the names now.
+void checkComplete(NameAt source, const struct stat &sourceBefore, NameAt copy) {
+    const std::optional<FileFacts> original = lookAt(source.folder, source.name);
+    const std::optional<FileFacts> made = lookAt(copy.folder, copy.name);
+    if (!original || !made || original->size != made->size)
+        throw incomplete();
+    // The same size with another date: it was written to while it was read, and the copy may be a mixture.
+    if (!isSameMoment(sourceBefore.st_mtim, original->mtime))
+        throw incomplete();
+}
+
+} // namespace
+
+StagedCopy::StagedCopy(TempVolume &tempVolume, std::string tempName)
+    : volume(&tempVolume), folder(tempVolume.area.get()), name(std::move(tempName)) {}
+
+StagedCopy::StagedCopy(std::shared_ptr<const TargetFolder> besideFolder, std::string tempName)
+    : beside(std::move(besideFolder)), volume(beside->volume), folder(beside->folder.get()), name(std::move(tempName)) {}
+
+StagedCopy::StagedCopy(StagedCopy &&other) noexcept
+    : beside(std::move(other.beside)), volume(other.volume), folder(other.folder),
+      name(std::exchange(other.name, {})), locked(std::move(other.locked)) {}
+
+StagedCopy &StagedCopy::operator=(StagedCopy &&other) noexcept {
+    std::swap(beside, other.beside);
+    std::swap(volume, other.volume);
+    std::swap(folder, other.folder);
+    std::swap(name, other.name);
+    std::swap(locked, other.locked);
+    return *this;
+}
+
+StagedCopy::~StagedCopy() {
+    if (!name.empty())
+        ::unlinkat(folder, name.c_str(), 0);
+}
+
+void Copier::rawCopy(int source, int destination, const BytesCallback &onBytes) const {
+    const auto copyProgressCallback = [&](std::int64_t copied) {
+        if (token.isCancelled())
+            return FileData::Continue::No;
+        onBytes(copied);
+        return FileData::Continue::Yes;
+    };
+    try {
+        FileData::copyData(source, destination, copyProgressCallback);
+        FileData::copyAttributes(source, factsOf(source), destination);
+    } catch (const std::system_error &error) {
+        if (token.isCancelled() || error.code().value() == ECANCELED)
+            throw SyncCancelled();
+        throw;
+    }
+}
+
+StagedCopy Copier::stage(NameAt source, const std::shared_ptr<const TargetFolder> &target, FileTime mtime,
+                         const BytesCallback &onBytes) {
+    const FileDescriptor open = OpenBelow::file(source.folder, source.name);
+    if (!S_ISREG(factsOf(open.get()).st_mode))
+        throw CopyError(QStringLiteral("This is no longer a file"));
+    const Place place = target->volume->isBeside() ? Place::Beside : Place::InArea;
+    try {
+        return stageAt(place, open.get(), source, target, mtime, onBytes);
+    } catch (const std::system_error &error) {
+        const int code = error.code().value();
+        if (place == Place::Beside || (code != EXDEV && code != EACCES && code != EPERM))
+            throw;
+    }
+    return stageAt(Place::Beside, open.get(), source, target, mtime, onBytes);
+}
+
+StagedCopy Copier::stageAt(Place place, int open, NameAt source, const std::shared_ptr<const TargetFolder> &target,
+                           FileTime mtime, const BytesCallback &onBytes) {
+    const struct stat before = factsOf(open);
+    auto [staged, file] = create(place, target);
+    rawCopy(open, file.get(), onBytes);
+    checkComplete(source, before, staged.at());
+    const timespec times[] = {before.st_atim, mtime.toTimespec()};
+    ::futimens(file.get(), times); // a failure shows when the published file is looked at
+    if (target->volume->durability == Durability::Method::EachFile) {
+        if (const int error = Durability::flushFile(file.get()))
+            fail(error, "fsync");
+    }
+    return std::move(staged);
+}
+
+std::pair<StagedCopy, FileDescriptor> Copier::create(Place place, const std::shared_ptr<const TargetFolder> &target) {
+    constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    constexpr mode_t onlyMine = 0600;
+    const bool beside = place == Place::Beside;
+    std::string name = TempArea::temporaryName();
+    FileDescriptor file(
+        ::openat(beside ? target->folder.get() : target->volume->area.get(), name.c_str(), flags, onlyMine));
+    if (!file)
+        fail(errno, "open");
+    StagedCopy copy = beside ? StagedCopy(target, std::move(name)) : StagedCopy(*target->volume, std::move(name));
+    if (beside) {
+        // Found by other processes' runs too: the lock says that it is no leftover. A file system without locks
+        // protects it all the same, since nobody removes what he can't lock.
+        const bool isTaken = !Lock::tryLock(file.get()) && errno == EWOULDBLOCK;
+        if (isTaken || factsOf(file.get()).st_nlink == 0)
+            fail(EAGAIN, "lock");
+        copy.hold(FileDescriptor(::dup(file.get())));
+    }
+    return {std::move(copy), std::move(file)};
+}
+
+Published Copier::publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
+                          const FileVersion &original, const FileVersion *planned, const SyncRules &rules) {
+    const NameAt to{target->folder.get(), name};
+    try {
+        return moveIntoPlace(staged, to, original, planned, rules);
+    } catch (const std::system_error &error) {
+        if (error.code().value() != EXDEV || staged.isBeside())
+            throw;
+    }
+    // A bind mount or a subvolume: one device, but no rename across. The staged copy is complete, so it is copied from
+    // there and the drive is not needed again.
+    StagedCopy again = stageAgainBeside(staged, target, original.mtime);
+    staged = std::move(again);
+    return moveIntoPlace(staged, to, original, planned, rules);
+}
+
+StagedCopy Copier::stageAgainBeside(const StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target,
+                                    FileTime mtime) {
+    const FileDescriptor source = OpenBelow::file(staged.at().folder, staged.at().name);
+    auto [copy, file] = create(Place::Beside, target);
+    // Not through rawCopy: what is staged is published even after a cancel.
+    FileData::copyData(source.get(), file.get(), [](std::int64_t) { return FileData::Continue::Yes; });
+    const struct stat facts = factsOf(source.get());
+    FileData::copyAttributes(source.get(), facts, file.get());
+    const timespec times[] = {facts.st_atim, mtime.toTimespec()};
+    ::futimens(file.get(), times);
+    if (const int error = Durability::flushFile(file.get()))
+        fail(error, "fsync");
+    temp.goBeside(*target->volume);
+    return std::move(copy);
+}
+
+Published Copier::moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,
+                                const FileVersion *planned, const SyncRules &rules) {
+    const Published result = Swap::intoPlace(staged.tempVolume().mover, staged.at(), target, original, planned, rules);
+    if (result != Published::Added && result != Published::Updated)
+        return result;
+    staged.wasMoved();
+    // Some file systems forget the date in a rename, and a sync client may touch the file at once.
+    const std::optional<FileFacts> now = lookAt(target.folder, target.name);
+    if (now && std::abs(secondsBetween(now->mtime, original.mtime)) > 1) {
+        const timespec times[] = {{0, UTIME_OMIT}, original.mtime.toTimespec()};
+        ::utimensat(target.folder, target.name, times, AT_SYMLINK_NOFOLLOW);
+    }
+    return result;
+}

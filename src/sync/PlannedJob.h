@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/FolderAnchor.h"
+#include "sync/PairPlan.h"
+#include "sync/SyncJob.h"
+
+/// One pair of a run with its plan and with the folders that the run holds open.
+struct PlannedJob {
+    const SyncJob *job = nullptr;
+    FolderAnchor original;
+    FolderAnchor backup;       ///< not open while the backup folder doesn't exist
+    FolderAnchor backupParent; ///< open when the backup folder is to be created in it
+    PairPlan plan;
+};

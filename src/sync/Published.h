@@ -1,0 +1,10 @@
+#pragma once
+
+/// What became of a complete copy when its time came to be moved to its final name.
+enum class Published {
+    Added,         ///< nothing was there
+    Updated,       ///< the version that was there was replaced
+    UpToDate,      ///< the same version had arrived meanwhile
+    KeptNewer,     ///< a newer version had arrived meanwhile and was left alone
+    FolderInTheWay ///< a folder had arrived meanwhile and was left alone
+};

@@ -1,0 +1,156 @@
+#include "sync/SyncRunner.h"
+
+#include "base/Text.h"
+#include "store/Locations.h"
+#include "sync/Leftovers.h"
+#include "sync/PairExecution.h"
+#include "sync/PlannedJob.h"
+#include "sync/Planner.h"
+#include "sync/SpaceCheck.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Not open when there is no such folder.
+FolderAnchor openedIfFolder(const fs::path &path) {
+    try {
+        return FolderAnchor(path);
+    } catch (const std::system_error &) {
+        return {};
+    }
+}
+
+std::vector<fs::path> volumesOf(const std::vector<SyncJob> &jobs) {
+    std::vector<fs::path> volumes;
+    for (const SyncJob &job : jobs) {
+        for (const fs::path &folder : {job.original, job.backup}) {
+            const std::optional<fs::path> volume = Locations::containingVolume(folder);
+            if (volume && std::find(volumes.begin(), volumes.end(), *volume) == volumes.end())
+                volumes.push_back(*volume);
+        }
+    }
+    return volumes;
+}
+
+std::vector<fs::path> oneDriveTrees(const std::vector<SyncJob> &jobs) {
+    std::vector<fs::path> trees = Locations::oneDriveRoots();
+    for (const SyncJob &job : jobs)
+        trees.push_back(job.backup);
+    return trees;
+}
+
+} // namespace
+
+SyncRunner::SyncRunner(std::vector<SyncJob> jobList, const CancelToken &cancelToken, SyncTrigger trigger,
+                       ProgressReporter::Report report)
+    : jobs(std::move(jobList)), token(cancelToken), reporter(std::move(report)) {
+    run.trigger = trigger;
+}
+
+SyncRunner::~SyncRunner() = default;
+
+SyncRun SyncRunner::perform() {
+    run.started = run.finished = QDateTime::currentDateTimeUtc();
+    for (const SyncJob &job : jobs)
+        run.pairNames.push_back(job.name);
+
+    planAll();
+    if (token.isCancelled()) {
+        run.cancelled = true;
+        return std::move(run);
+    }
+    std::vector<const PairPlan *> plans;
+    for (const PlannedJob &job : planned)
+        plans.push_back(&job.plan);
+    run.fatal = SpaceCheck::spaceProblem(plans);
+    if (run.fatal)
+        return std::move(run);
+
+    clearLeftovers();
+    startCopying();
+    executeAll();
+    run.cancelled = token.isCancelled();
+    reporter.progress.currentFile.clear();
+    reporter.emitNow();
+    return std::move(run);
+}
+
+void SyncRunner::planAll() {
+    for (const SyncJob &job : jobs) {
+        if (token.isCancelled())
+            return;
+        reporter.progress.pairName = job.name;
+        reporter.emitNow();
+        plan(job);
+    }
+}
+
+void SyncRunner::plan(const SyncJob &job) {
+    PlannedJob entry;
+    entry.job = &job;
+    entry.original = openedIfFolder(job.original);
+    if (!entry.original.isOpen())
+        return turnAway(job, QStringLiteral(": the folder is missing on the drive (") + Text::fromPath(job.original),
+                        QStringLiteral("Folder not found on the drive"));
+    entry.backup = openedIfFolder(job.backup);
+    if (!entry.backup.isOpen()) {
+        entry.backupParent = openedIfFolder(job.backup.parent_path());
+        if (!entry.backupParent.isOpen())
+            return turnAway(job,
+                            QStringLiteral(": the backup folder isn't available (") + Locations::tildePath(job.backup),
+                            QStringLiteral("Backup folder not available"));
+        entry.backup = FolderAnchor::missing(job.backup);
+    }
+    Planner planner(job.rules, token, [this] {
+        ++reporter.progress.scanned;
+        reporter.emitThrottled();
+    });
+    entry.plan = planner.build(entry.original, entry.backup);
+    planned.push_back(std::move(entry));
+}
+
+void SyncRunner::turnAway(const SyncJob &job, const QString &line, const QString &note) {
+    run.errors.push_back(job.name + line + u')');
+    run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1, .note = note});
+}
+
+void SyncRunner::clearLeftovers() {
+    TempArea::purgeStale(volumesOf(jobs));
+    for (const PlannedJob &job : planned) {
+        for (const PlannedLeftover &leftover : job.plan.staleTemps) {
+            if (!Leftovers::isOldVersion(leftover))
+                Leftovers::remove(job.backup, leftover);
+        }
+    }
+}
+
+void SyncRunner::startCopying() {
+    SyncProgress &progress = reporter.progress;
+    progress.stage = SyncProgress::Stage::copying;
+    for (const PlannedJob &job : planned) {
+        progress.filesTotal += static_cast<std::int64_t>(job.plan.copies.size());
+        for (const PlannedCopy &copy : job.plan.copies)
+            progress.bytesTotal += copy.size;
+    }
+    reporter.emitNow();
+}
+
+void SyncRunner::executeAll() {
+    TempArea temp(oneDriveTrees(jobs));
+    const auto releaseOriginals = [this] {
+        for (PlannedJob &job : planned)
+            job.original.close();
+    };
+    for (PlannedJob &job : planned) {
+        if (token.isCancelled() || run.fatal)
+            break;
+        PairExecution(job, {run, reporter, token, temp, releaseOriginals}).carryOut();
+        job.original.close();
+        job.backup.close();
+    }
+    temp.cleanup();
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "records/SyncRun.h"
+#include "sync/CancelToken.h"
+#include "sync/ProgressReporter.h"
+#include "sync/SyncJob.h"
+
+#include <vector>
+
+struct PlannedJob;
+
+/// Carries out one sync run: plans every pair, checks the free space, clears what earlier runs left, creates the folders,
+/// copies the files and writes everything that happened into one record. Made for one run; perform() is called once, on
+/// one thread, which it may keep for long. Shares only the token with other threads.
+class SyncRunner {
+  public:
+    /// `report` is called on the thread of perform(), about eight times a second at most.
+    SyncRunner(std::vector<SyncJob> jobs, const CancelToken &token, SyncTrigger trigger,
+               ProgressReporter::Report report);
+    ~SyncRunner();
+
+    /// Runs the whole run. Never fails: every failure is in the record. `finished` equals `started`; the caller sets it.
+    SyncRun perform();
+
+  private:
+    void planAll();
+    void plan(const SyncJob &job);
+    void turnAway(const SyncJob &job, const QString &line, const QString &note);
+    void clearLeftovers();
+    void startCopying();
+    void executeAll();
+
+    std::vector<SyncJob> jobs;
+    const CancelToken &token;
+    ProgressReporter reporter;
+    SyncRun run;
+    std::vector<PlannedJob> planned;
+};

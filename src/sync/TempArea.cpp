@@ -1,0 +1,222 @@
+#include "sync/TempArea.h"
+
+#include "base/Paths.h"
+#include "platform/FileFacts.h"
+#include "platform/FolderReader.h"
+#include "platform/Lock.h"
+#include "platform/MountTable.h"
+#include "store/Locations.h"
+#include "store/TestRoot.h"
+
+#include <QRandomGenerator>
+#include <QUuid>
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view folderPrefix = "NSIRD_TarnwickBasic_";
+constexpr std::string_view companionPrefix = "._NSIRD_TarnwickBasic_";
+constexpr std::string_view asidePrefix = ".tw-old-";
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+/// A folder that only this user can have prepared; anything else in its place is refused.
+FileDescriptor openOwn(int parent, const char *name) {
+    FileDescriptor folder(::openat(parent, name, folderFlags));
+    struct stat facts = {};
+    if (folder && (::fstat(folder.get(), &facts) != 0 || facts.st_uid != ::geteuid()))
+        folder.reset();
+    return folder;
+}
+
+FileDescriptor makeOwn(int parent, const char *name) {
+    if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST)
+        return {};
+    return openOwn(parent, name);
+}
+
+std::string userFolderName() { return "folders." + std::to_string(::getuid()); }
+
+/// The folder on an external drive in which every user has one of his own.
+FileDescriptor makeDrivePlace(const fs::path &top) {
+    const FileDescriptor drive(::open(top.c_str(), folderFlags));
+    if (!drive)
+        return {};
+    constexpr mode_t forEveryone = 01777;
+    const bool isNew = ::mkdirat(drive.get(), ".TemporaryItems", forEveryone) == 0;
+    const FileDescriptor shared(::openat(drive.get(), ".TemporaryItems", folderFlags));
+    if (!shared)
+        return {};
+    if (isNew)
+        ::fchmod(shared.get(), forEveryone); // the umask took bits away
+    const FileDescriptor own = makeOwn(shared.get(), userFolderName().c_str());
+    return own ? makeOwn(own.get(), "TemporaryItems") : FileDescriptor();
+}
+
+fs::path drivePlace(const fs::path &top) {
+    return top / ".TemporaryItems" / userFolderName() / "TemporaryItems";
+}
+
+fs::path userPlace() { return Locations::cacheFolder() / "TemporaryItems"; }
+
+FileDescriptor makeUserPlace() {
+    std::error_code error;
+    fs::create_directories(Locations::cacheFolder(), error);
+    const FileDescriptor cache(::open(Locations::cacheFolder().c_str(), folderFlags));
+    return cache ? makeOwn(cache.get(), "TemporaryItems") : FileDescriptor();
+}
+
+std::string randomLetters(int count) {
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += letters[QRandomGenerator::global()->bounded(static_cast<quint32>(letters.size()))];
+    return text;
+}
+
+/// Makes and locks a temporary folder; `name` tells how it was called.
+FileDescriptor makeLocked(int place, std::string &name) {
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        name = std::string(folderPrefix) + randomLetters(8);
+        if (::mkdirat(place, name.c_str(), 0700) != 0)
+            continue;
+        FileDescriptor folder = openOwn(place, name.c_str());
+        if (!folder)
+            return {};
+        Lock::tryLock(folder.get());
+        // Between the two calls another process may have taken the folder for a leftover and removed it.
+        if (::faccessat(place, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
+            return folder;
+    }
+    return {};
+}
+
+/// Removes the files in an open folder of this program; folders are never made in one.
+void removeFiles(int folder) {
+    std::vector<std::string> names;
+    try {
+        const FileDescriptor again(::openat(folder, ".", folderFlags));
+        FolderReader reader(again.get());
+        for (FolderReader::Item item; reader.next(item);)
+            names.emplace_back(item.name);
+    } catch (const std::system_error &) {
+        // What could be read is removed; the rest is for the next purge.
+    }
+    for (const std::string &name : names)
+        ::unlinkat(folder, name.c_str(), 0);
+}
+
+void purgeItem(const fs::path &path) {
+    const FileDescriptor item(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const bool isLink = !item && errno == ELOOP;
+    if (!isLink && (!item || !Lock::tryLock(item.get())))
+        return;
+    std::error_code error;
+    fs::remove_all(path, error);
+}
+
+void purgePlace(const fs::path &path) {
+    const FileDescriptor place = openOwn(AT_FDCWD, path.c_str());
+    if (!place)
+        return;
+    std::vector<std::string> stale;
+    try {
+        FolderReader reader(place.get());
+        for (FolderReader::Item item; reader.next(item);) {
+            if (item.name.starts_with(folderPrefix) || item.name.starts_with(companionPrefix))
+                stale.emplace_back(item.name);
+        }
+    } catch (const std::system_error &) {
+        // Passed over: it may be readable next time.
+    }
+    for (const std::string &name : stale)
+        purgeItem(path / name);
+}
+
+std::string uniquePart() {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().left(12).toStdString();
+}
+
+} // namespace
+
+TempArea::TempArea(std::vector<Path> oneDriveTrees) : trees(std::move(oneDriveTrees)) {}
+
+TempArea::~TempArea() { cleanup(); }
+
+std::string TempArea::temporaryName() { return ".tw-" + uniquePart() + ".twtmp"; }
+
+std::string TempArea::asideName() { return std::string(asidePrefix) + uniquePart() + ".twtmp"; }
+
+bool TempArea::isAsideName(std::string_view name) { return name.starts_with(asidePrefix); }
+
+TempVolume &TempArea::volumeOf(int targetFolder) {
+    const std::optional<FileFacts> facts = lookAtOpen(targetFolder);
+    if (!facts)
+        throw std::system_error(errno, std::generic_category(), "statx");
+    const auto known = volumes.find(facts->mountId);
+    if (known != volumes.end())
+        return known->second;
+
+    TempVolume &volume = volumes[facts->mountId];
+    const auto use = [&](const Path &path, FileDescriptor place) {
+        const std::optional<FileFacts> placeFacts = place ? lookAtOpen(place.get()) : std::nullopt;
+        if (!placeFacts || placeFacts->mountId != facts->mountId)
+            return;
+        std::string name;
+        volume.area = makeLocked(place.get(), name);
+        volume.path = path / name;
+    };
+    const auto fits = [&](const Path &path) {
+        return std::none_of(trees.begin(), trees.end(),
+                            [&](const Path &tree) { return Paths::isWithin(path, tree); });
+    };
+    const MountTable table = MountTable::read();
+    const MountEntry *mount = table.withId(static_cast<int>(facts->mountId));
+    if (mount && Locations::volumeInfo(mount->mountPoint) && fits(drivePlace(mount->mountPoint)))
+        use(drivePlace(mount->mountPoint), makeDrivePlace(mount->mountPoint));
+    if (!volume.area && fits(userPlace()))
+        use(userPlace(), makeUserPlace());
+
+    // Not the temporary folder: errors of the flush are told to whoever held the volume open before they happened.
+    volume.anywhere.reset(::openat(targetFolder, ".", folderFlags));
+    volume.durability = Durability::methodFor(targetFolder);
+    return volume;
+}
+
+void TempArea::goBeside(TempVolume &volume) {
+    TempVolume old;
+    old.area = std::move(volume.area);
+    old.path = volume.path;
+    retired.push_back(std::move(old));
+}
+
+void TempArea::cleanup() {
+    for (auto &[id, volume] : volumes)
+        goBeside(volume);
+    for (const TempVolume &volume : retired) {
+        if (!volume.area)
+            continue;
+        removeFiles(volume.area.get());
+        ::rmdir(volume.path.c_str());
+    }
+    retired.clear();
+    volumes.clear();
+}
+
+void TempArea::purgeStale(const std::vector<Path> &volumes) {
+    purgePlace(userPlace());
+    for (const Path &volume : volumes) {
+        // Inside a test root nothing real is touched, not even for cleaning up.
+        if (!TestRoot::isActive() || Paths::isWithin(volume, *TestRoot::url()))
+            purgePlace(drivePlace(volume));
+    }
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+#include "platform/Durability.h"
+#include "platform/Mover.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+/// Where the temporary copies of one volume are written, and what is known of the volume.
+struct TempVolume {
+    FileDescriptor area;        ///< the locked temporary folder; not open when copies go beside their targets
+    std::filesystem::path path; ///< of the temporary folder
+    FileDescriptor anywhere;    ///< some open folder of the volume, for flushing it
+    Durability::Method durability = Durability::Method::EachFile;
+    Mover mover;
+
+    bool isBeside() const { return !area; }
+};
+
+/// The temporary folders of one run, one per volume, each on the volume of its targets and outside every OneDrive folder.
+/// They exist, locked against other processes, until cleanup() or the end of its life. Used on one thread.
+class TempArea {
+  public:
+    using Path = std::filesystem::path;
+
+    /// No temporary folder is placed inside one of `oneDriveTrees`.
+    explicit TempArea(std::vector<Path> oneDriveTrees);
+    TempArea(const TempArea &) = delete;
+    TempArea &operator=(const TempArea &) = delete;
+    ~TempArea();
+
+    /// The volume that holds an open folder, with its temporary folder. Where none can be made, copies go beside their
+    /// targets. Stays valid until cleanup(). Fails with std::system_error only when the open folder can't be looked at.
+    TempVolume &volumeOf(int targetFolder);
+
+    /// From now on the volume's copies go beside their targets: it refused a rename out of its temporary folder.
+    void goBeside(TempVolume &volume);
+
+    /// Removes the temporary folders with whatever is in them; failures are ignored.
+    void cleanup();
+
+    /// Removes what earlier runs left in the temporary places of this user and of `volumes` (top folders): only names of
+    /// this program, and nothing that another process has locked. Failures are ignored.
+    static void purgeStale(const std::vector<Path> &volumes);
+
+    /// A new name for a temporary copy, and for a file moved aside; the lister knows both.
+    static std::string temporaryName();
+    static std::string asideName();
+    static bool isAsideName(std::string_view name);
+
+  private:
+    std::vector<Path> trees;
+    std::map<std::uint64_t, TempVolume> volumes; // by mount id
+    std::vector<TempVolume> retired;             // no longer used, still to be removed
+};

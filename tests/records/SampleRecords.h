@@ -1,0 +1,16 @@
+#pragma once
+
+#include "records/AppConfig.h"
+#include "records/SyncRun.h"
+
+/// Records in which every field, the optional ones too, has a value of its own that is not the default.
+namespace Sample {
+
+FolderPair folderPair();
+AppConfig appConfig();
+ChangeRecord change();
+PairResult pairResult();
+SkippedItem skippedItem();
+SyncRun syncRun();
+
+} // namespace Sample
