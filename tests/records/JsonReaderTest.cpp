@@ -2,6 +2,7 @@
 #include "records/SyncTrigger.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 
 namespace {
 
@@ -41,11 +42,14 @@ struct Row {
     std::string expected;
 };
 
+void PrintTo(const Row &row, std::ostream *out) {
+    *out << row.situation;
+}
+
 class ReadingTest : public testing::TestWithParam<Row> {};
 
 TEST_P(ReadingTest, GivesTheValueOrTheError) {
     const Row &row = GetParam();
-    SCOPED_TRACE(row.situation);
     std::string actual;
     try {
         const JsonDocument document(QByteArray::fromStdString("{\"k\":" + row.json + "}"));
@@ -122,6 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
                         notUuid},
                     Row{"letter beyond F", Type::Uuid, "\"0123ABCG-4567-89EF-0123-456789ABCDEF\"", notUuid},
                     Row{"a digit short", Type::Uuid, "\"0123ABCD-4567-89EF-0123-456789ABCDE\"", notUuid},
+                    Row{"a digit too many", Type::Uuid, "\"0123ABCD-4567-89EF-0123-456789ABCDEF0\"", notUuid},
                     Row{"empty", Type::Uuid, "\"\"", notUuid}, Row{"number", Type::Uuid, "1", notUuid}));
 
 INSTANTIATE_TEST_SUITE_P(

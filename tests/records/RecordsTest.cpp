@@ -8,6 +8,8 @@
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
+#include <ostream>
+#include <tuple>
 
 namespace {
 
@@ -162,11 +164,14 @@ struct HeadlineRow {
     QString headline;
 };
 
+void PrintTo(const HeadlineRow &row, std::ostream *out) {
+    *out << row.situation;
+}
+
 class HeadlineTest : public testing::TestWithParam<HeadlineRow> {};
 
 TEST_P(HeadlineTest, TellsTheRunInOneLine) {
-    EXPECT_EQ(GetParam().run.headline().toStdString(), GetParam().headline.toStdString())
-        << GetParam().situation;
+    EXPECT_EQ(GetParam().run.headline().toStdString(), GetParam().headline.toStdString());
 }
 
 std::vector<QString> lines(std::size_t count) {

@@ -55,9 +55,11 @@ std::string describe(const fs::path &path) {
 
 } // namespace
 
-TestTree::TestTree() : folder(freshFolder()) {}
+TestTree::TestTree() : folder(freshFolder()) {
+}
 
-TestTree::TestTree(const fs::path &existing) : folder(existing), isOwn(false) {}
+TestTree::TestTree(const fs::path &existing) : folder(existing), isOwn(false) {
+}
 
 TestTree::~TestTree() {
     std::error_code error;
@@ -82,7 +84,9 @@ void TestTree::sparseFile(const std::string &relative, std::int64_t size, FileTi
     setTime(relative, mtime);
 }
 
-void TestTree::dir(const std::string &relative) { fs::create_directories(folder / relative); }
+void TestTree::dir(const std::string &relative) {
+    fs::create_directories(folder / relative);
+}
 
 void TestTree::link(const std::string &relative, const std::string &target) {
     fs::create_directories((folder / relative).parent_path());
@@ -95,9 +99,13 @@ void TestTree::setTime(const std::string &relative, FileTime mtime) {
         fail(folder / relative);
 }
 
-std::string TestTree::read(const std::string &relative) const { return contentOf(folder / relative); }
+std::string TestTree::read(const std::string &relative) const {
+    return contentOf(folder / relative);
+}
 
-FileTime TestTree::time(const std::string &relative) const { return timeOf(folder / relative); }
+FileTime TestTree::time(const std::string &relative) const {
+    return timeOf(folder / relative);
+}
 
 std::map<std::string, std::string> TestTree::snapshot(const std::string &relative) const {
     const fs::path start = folder / relative;

@@ -12,10 +12,12 @@ namespace fs = std::filesystem;
 inline constexpr FileTime someTime{1'600'000'000, 0};
 
 /// `time` moved by whole seconds.
-constexpr FileTime later(FileTime time, std::int64_t seconds) { return {time.seconds + seconds, time.nanoseconds}; }
+constexpr FileTime later(FileTime time, std::int64_t seconds) {
+    return {time.seconds + seconds, time.nanoseconds};
+}
 
-/// A tree in a fresh temporary folder that goes at the end of its life. All paths are relative to its top; parents are
-/// made as needed. Failures throw.
+/// A tree in a fresh temporary folder that goes at the end of its life. All paths are relative to its top;
+/// parents are made as needed. Failures throw.
 class TestTree {
   public:
     TestTree();
@@ -37,8 +39,8 @@ class TestTree {
     std::string read(const std::string &relative) const;
     FileTime time(const std::string &relative) const;
 
-    /// Every item below `relative` (hidden ones too), by path: "dir", "link to …", "other", or for a file its date and its
-    /// content. Two equal trees give equal maps.
+    /// Every item below `relative` (hidden ones too), by path: "dir", "link to …", "other", or for a file its
+    /// date and its content. Two equal trees give equal maps.
     std::map<std::string, std::string> snapshot(const std::string &relative = "") const;
 
   private:
