@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::int64_t kernelChunk = 8 * 1024 * 1024;
 constexpr std::size_t bufferSize = 256 * 1024;
-/// Below this, trying to share blocks costs more than copying them.
-constexpr std::int64_t worthSharing = 128 * 1024;
+/// Below this, a try to share blocks costs more than copying them.
+constexpr std::int64_t worthTrying = 128 * 1024;
 
 [[noreturn]] void fail(const char *call) { throw std::system_error(errno, std::generic_category(), call); }
 
@@ -38,14 +38,18 @@ void writeAll(int destination, const char *data, std::size_t length, std::int64_
     }
 }
 
+enum class Method { InKernel, ByHand };
+
 class DataCopy {
   public:
-    DataCopy(int from, int to, const Progress &tell) : source(from), destination(to), progress(tell) {}
+    DataCopy(int from, int to, Method first, const Progress &tell)
+        : source(from), destination(to), progress(tell), method(first) {}
 
     /// Copies the bytes from `begin` to `end`, or less where the source ends earlier.
     void range(std::int64_t begin, std::int64_t end) {
         while (begin < end) {
-            const std::int64_t copied = inKernel ? copyInKernel(begin, end - begin) : copyByHand(begin, end - begin);
+            const std::int64_t copied =
+                method == Method::InKernel ? copyInKernel(begin, end - begin) : copyByHand(begin, end - begin);
             if (copied == 0)
                 return;
             begin += copied;
@@ -90,7 +94,7 @@ class DataCopy {
         if (copied < 0 && errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP &&
             errno != EPERM && errno != EBADF)
             fail("copy_file_range");
-        inKernel = false;
+        method = Method::ByHand;
         return copyByHand(position, length);
     }
 
@@ -110,29 +114,29 @@ class DataCopy {
     int source;
     int destination;
     const Progress &progress;
-    bool inKernel = true;
+    Method method;
     std::unique_ptr<char[]> buffer;
 };
 
 } // namespace
 
-void copyData(int source, int destination, const Progress &progress) {
-    struct stat facts = {};
-    if (::fstat(source, &facts) != 0)
-        fail("fstat");
-    if (facts.st_size == 0)
+void copyData(int source, const struct stat &original, int destination, Devices devices, const Progress &progress) {
+    if (original.st_size == 0)
         return;
-    if (facts.st_size >= worthSharing && ::ioctl(destination, FICLONE, source) == 0) {
-        if (progress(facts.st_size) == Continue::No)
+    const bool isSmall = original.st_size < worthTrying;
+    if (!isSmall && ::ioctl(destination, FICLONE, source) == 0) {
+        if (progress(original.st_size) == Continue::No)
             throw std::system_error(ECANCELED, std::generic_category(), "copy");
         return;
     }
-    DataCopy copy(source, destination, progress);
+    // Different devices may still be one file system (subvolumes): a large file is worth the try.
+    const Method method = isSmall && devices == Devices::Different ? Method::ByHand : Method::InKernel;
+    DataCopy copy(source, destination, method, progress);
     constexpr std::int64_t blockUnit = 512;
-    if (facts.st_blocks * blockUnit < facts.st_size)
-        copy.withHoles(facts.st_size);
+    if (original.st_blocks * blockUnit < original.st_size)
+        copy.withHoles(original.st_size);
     else
-        copy.range(0, facts.st_size);
+        copy.range(0, original.st_size);
 }
 
 namespace {
@@ -161,14 +165,24 @@ void copyUserAttributes(int source, int destination) {
 
 } // namespace
 
-void copyAttributes(int source, const struct stat &original, int destination) {
+mode_t creationMode(const struct stat &original) {
+    // Extended attributes can only be set while the owner may write.
+    const mode_t mode = original.st_mode & 0777;
+    return mode & S_IWUSR ? mode : S_IRUSR | S_IWUSR;
+}
+
+mode_t copyAttributes(int source, const struct stat &original, int destination) {
     mode_t mode = original.st_mode & 07777;
     const bool isMine = original.st_uid == ::geteuid() && original.st_gid == ::getegid();
     if (!isMine && ::fchown(destination, original.st_uid, original.st_gid) != 0)
         mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
     copyUserAttributes(source, destination);
+    return mode;
+}
+
+void setMode(int file, mode_t mode) {
     // A file system without modes (FAT) refuses some of them; the copy is as good as it can be there.
-    if (::fchmod(destination, mode) != 0 && errno != EPERM && errno != EOPNOTSUPP)
+    if (::fchmod(file, mode) != 0 && errno != EPERM && errno != EOPNOTSUPP)
         fail("fchmod");
 }
 

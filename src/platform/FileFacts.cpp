@@ -21,7 +21,7 @@ FileKind kindOf(std::uint16_t mode) {
 
 std::optional<FileFacts> look(int folder, const char *name, int flags) {
     struct statx facts = {};
-    constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_INO | STATX_MNT_ID;
+    constexpr unsigned wanted = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_INO | STATX_MNT_ID;
     if (::statx(folder, name, flags | AT_NO_AUTOMOUNT, wanted, &facts) != 0)
         return std::nullopt;
     FileFacts result;
@@ -32,6 +32,7 @@ std::optional<FileFacts> look(int folder, const char *name, int flags) {
         result.mtime = FileTime::from(facts.stx_mtime);
     result.mountId = facts.stx_mnt_id;
     result.inode = facts.stx_ino;
+    result.mode = facts.stx_mode & 07777;
     result.device = makedev(facts.stx_dev_major, facts.stx_dev_minor);
     return result;
 }

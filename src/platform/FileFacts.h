@@ -16,6 +16,7 @@ struct FileFacts {
     FileTime mtime = FileTime::distantPast();
     std::uint64_t mountId = 0; ///< id of the mount that holds the item, as in the mount table
     std::uint64_t inode = 0;
+    std::uint32_t mode = 0; ///< permission bits with setuid, setgid and sticky
     dev_t device = 0;
 
     bool operator==(const FileFacts &) const = default;

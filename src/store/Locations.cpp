@@ -58,9 +58,15 @@ bool isBelowDriveFolder(const fs::path &mountPoint) {
     });
 }
 
+/// A folder of the start-up disk that is mounted elsewhere as well (a bind mount) is no drive.
+bool isStartUpDisk(const MountTable &table, const MountEntry &entry) {
+    const MountEntry *startUp = table.covering("/");
+    return startUp && startUp->device == entry.device;
+}
+
 bool isDrive(const MountTable &table, const MountEntry &entry) {
     return isBelowDriveFolder(entry.mountPoint) && entry.mountPoint.native().find("/.") == std::string::npos &&
-           isLocalStorage(entry.type) && table.isReachable(entry) &&
+           isLocalStorage(entry.type) && !isStartUpDisk(table, entry) && table.isReachable(entry) &&
            ::access(entry.mountPoint.c_str(), X_OK) == 0;
 }
 

@@ -33,8 +33,8 @@ struct stat factsOf(int descriptor) {
 
 bool isSameMoment(const timespec &a, FileTime b) { return a.tv_sec == b.seconds && a.tv_nsec == b.nanoseconds; }
 
-/// Both are looked at by path: what counts is what stands under the names now.
-void checkComplete(NameAt source, const struct stat &sourceBefore, NameAt copy) {
+/// Both are looked at by path: what counts is what stands under the names now. Returns what is known of the copy.
+FileFacts checkComplete(NameAt source, const struct stat &sourceBefore, NameAt copy) {
     const std::optional<FileFacts> original = lookAt(source.folder, source.name);
     const std::optional<FileFacts> made = lookAt(copy.folder, copy.name);
     if (!original || !made || original->size != made->size)
@@ -42,6 +42,16 @@ void checkComplete(NameAt source, const struct stat &sourceBefore, NameAt copy) 
     // The same size with another date: it was written to while it was read, and the copy may be a mixture.
     if (!isSameMoment(sourceBefore.st_mtim, original->mtime))
         throw incomplete();
+    return *made;
+}
+
+FileData::Devices devicesOf(dev_t a, dev_t b) {
+    return a == b ? FileData::Devices::Same : FileData::Devices::Different;
+}
+
+void setTimes(int file, const timespec &accessed, FileTime modified) {
+    const timespec times[] = {accessed, modified.toTimespec()};
+    ::futimens(file, times); // a failure shows when the published file is looked at
 }
 
 } // namespace
@@ -70,7 +80,8 @@ StagedCopy::~StagedCopy() {
         ::unlinkat(folder, name.c_str(), 0);
 }
 
-void Copier::rawCopy(int source, int destination, const BytesCallback &onBytes) const {
+mode_t Copier::rawCopy(int source, const struct stat &original, int destination, FileData::Devices devices,
+                       const BytesCallback &onBytes) const {
     const auto copyProgressCallback = [&](std::int64_t copied) {
         if (token.isCancelled())
             return FileData::Continue::No;
@@ -78,8 +89,8 @@ void Copier::rawCopy(int source, int destination, const BytesCallback &onBytes) 
         return FileData::Continue::Yes;
     };
     try {
-        FileData::copyData(source, destination, copyProgressCallback);
-        FileData::copyAttributes(source, factsOf(source), destination);
+        FileData::copyData(source, original, destination, devices, copyProgressCallback);
+        return FileData::copyAttributes(source, original, destination);
     } catch (const std::system_error &error) {
         if (token.isCancelled() || error.code().value() == ECANCELED)
             throw SyncCancelled();
@@ -90,27 +101,28 @@ void Copier::rawCopy(int source, int destination, const BytesCallback &onBytes) 
 StagedCopy Copier::stage(NameAt source, const std::shared_ptr<const TargetFolder> &target, FileTime mtime,
                          const BytesCallback &onBytes) {
     const FileDescriptor open = OpenBelow::file(source.folder, source.name);
-    if (!S_ISREG(factsOf(open.get()).st_mode))
+    const Original original{source, open.get(), factsOf(open.get())};
+    if (!S_ISREG(original.facts.st_mode))
         throw CopyError(QStringLiteral("This is no longer a file"));
     const Place place = target->volume->isBeside() ? Place::Beside : Place::InArea;
     try {
-        return stageAt(place, open.get(), source, target, mtime, onBytes);
+        return stageAt(place, original, target, mtime, onBytes);
     } catch (const std::system_error &error) {
         const int code = error.code().value();
         if (place == Place::Beside || (code != EXDEV && code != EACCES && code != EPERM))
             throw;
     }
-    return stageAt(Place::Beside, open.get(), source, target, mtime, onBytes);
+    return stageAt(Place::Beside, original, target, mtime, onBytes);
 }
 
-StagedCopy Copier::stageAt(Place place, int open, NameAt source, const std::shared_ptr<const TargetFolder> &target,
+StagedCopy Copier::stageAt(Place place, const Original &original, const std::shared_ptr<const TargetFolder> &target,
                            FileTime mtime, const BytesCallback &onBytes) {
-    const struct stat before = factsOf(open);
-    auto [staged, file] = create(place, target);
-    rawCopy(open, file.get(), onBytes);
-    checkComplete(source, before, staged.at());
-    const timespec times[] = {before.st_atim, mtime.toTimespec()};
-    ::futimens(file.get(), times); // a failure shows when the published file is looked at
+    auto [staged, file] = create(place, target, FileData::creationMode(original.facts));
+    const FileData::Devices devices = devicesOf(original.facts.st_dev, target->volume->device);
+    const mode_t mode = rawCopy(original.open, original.facts, file.get(), devices, onBytes);
+    if (checkComplete(original.at, original.facts, staged.at()).mode != mode)
+        FileData::setMode(file.get(), mode);
+    setTimes(file.get(), original.facts.st_atim, mtime);
     if (target->volume->durability == Durability::Method::EachFile) {
         if (const int error = Durability::flushFile(file.get()))
             fail(error, "fsync");
@@ -118,13 +130,13 @@ StagedCopy Copier::stageAt(Place place, int open, NameAt source, const std::shar
     return std::move(staged);
 }
 
-std::pair<StagedCopy, FileDescriptor> Copier::create(Place place, const std::shared_ptr<const TargetFolder> &target) {
+std::pair<StagedCopy, FileDescriptor> Copier::create(Place place, const std::shared_ptr<const TargetFolder> &target,
+                                                     mode_t mode) {
     constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    constexpr mode_t onlyMine = 0600;
     const bool beside = place == Place::Beside;
     std::string name = TempArea::temporaryName();
     FileDescriptor file(
-        ::openat(beside ? target->folder.get() : target->volume->area.get(), name.c_str(), flags, onlyMine));
+        ::openat(beside ? target->folder.get() : target->volume->area.get(), name.c_str(), flags, mode));
     if (!file)
         fail(errno, "open");
     StagedCopy copy = beside ? StagedCopy(target, std::move(name)) : StagedCopy(*target->volume, std::move(name));
@@ -158,16 +170,17 @@ Published Copier::publish(StagedCopy &staged, const std::shared_ptr<const Target
 StagedCopy Copier::stageAgainBeside(const StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target,
                                     FileTime mtime) {
     const FileDescriptor source = OpenBelow::file(staged.at().folder, staged.at().name);
-    auto [copy, file] = create(Place::Beside, target);
-    // Not through rawCopy: what is staged is published even after a cancel.
-    FileData::copyData(source.get(), file.get(), [](std::int64_t) { return FileData::Continue::Yes; });
     const struct stat facts = factsOf(source.get());
-    FileData::copyAttributes(source.get(), facts, file.get());
-    const timespec times[] = {facts.st_atim, mtime.toTimespec()};
-    ::futimens(file.get(), times);
+    auto [copy, file] = create(Place::Beside, target, FileData::creationMode(facts));
+    // Not through rawCopy: what is staged is published even after a cancel.
+    FileData::copyData(source.get(), facts, file.get(), FileData::Devices::Different,
+                       [](std::int64_t) { return FileData::Continue::Yes; });
+    FileData::setMode(file.get(), FileData::copyAttributes(source.get(), facts, file.get()));
+    checkComplete(staged.at(), facts, copy.at());
+    setTimes(file.get(), facts.st_atim, mtime);
     if (const int error = Durability::flushFile(file.get()))
         fail(error, "fsync");
-    temp.goBeside(*target->volume);
+    target->volume->refusesRename = true;
     return std::move(copy);
 }
 

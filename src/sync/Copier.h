@@ -54,7 +54,7 @@ class StagedCopy {
 /// fails, the file at the target stays as it was. Failures are std::system_error, CopyError or SyncCancelled. Blocks.
 class Copier {
   public:
-    Copier(TempArea &temporaries, const CancelToken &cancelToken) : temp(temporaries), token(cancelToken) {}
+    explicit Copier(const CancelToken &cancelToken) : token(cancelToken) {}
 
     /// Makes a complete copy of `source` on the volume of `target`, with the date `mtime`. On a volume that needs each
     /// file flushed by itself, it is.
@@ -63,24 +63,34 @@ class Copier {
 
     /// Moves a staged and flushed copy to `name` in `target`. `original` is what was copied and `planned` what stood at
     /// the target when that was decided (null: nothing). If something else stands there now, it is decided anew.
-    Published publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
-                      const FileVersion &original, const FileVersion *planned, const SyncRules &rules);
+    /// May run on another thread than stage(), for one copy at a time.
+    static Published publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
+                             const FileVersion &original, const FileVersion *planned, const SyncRules &rules);
 
-    /// The plain copy of one open file to the new, empty file `destination`: data, attributes, extended attributes.
-    /// Fails with SyncCancelled soon after a cancel, and leaves `destination` incomplete then.
-    void rawCopy(int source, int destination, const BytesCallback &onBytes) const;
+    /// The plain copy of the open file `source`, whose facts are `original`, to the new, empty file `destination`: data,
+    /// ownership, extended attributes. Returns the mode that the copy is to get. Fails with SyncCancelled soon after a
+    /// cancel, and leaves `destination` incomplete then.
+    mode_t rawCopy(int source, const struct stat &original, int destination, FileData::Devices devices,
+                   const BytesCallback &onBytes) const;
 
   private:
     enum class Place { InArea, Beside };
 
-    StagedCopy stageAt(Place place, int open, NameAt source, const std::shared_ptr<const TargetFolder> &target,
-                       FileTime mtime, const BytesCallback &onBytes);
-    static std::pair<StagedCopy, FileDescriptor> create(Place place, const std::shared_ptr<const TargetFolder> &target);
-    Published moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original, const FileVersion *planned,
-                            const SyncRules &rules);
-    StagedCopy stageAgainBeside(const StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target,
-                                FileTime mtime);
+    /// A file that is being copied.
+    struct Original {
+        NameAt at;
+        int open;
+        struct stat facts;
+    };
 
-    TempArea &temp;
+    StagedCopy stageAt(Place place, const Original &original, const std::shared_ptr<const TargetFolder> &target,
+                       FileTime mtime, const BytesCallback &onBytes);
+    static std::pair<StagedCopy, FileDescriptor> create(Place place, const std::shared_ptr<const TargetFolder> &target,
+                                                        mode_t mode);
+    static Published moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,
+                                   const FileVersion *planned, const SyncRules &rules);
+    static StagedCopy stageAgainBeside(const StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target,
+                                       FileTime mtime);
+
     const CancelToken &token;
 };

@@ -40,55 +40,72 @@ CopyPipeline::Next CopyPipeline::add(CopyInProgress item) {
     }
     filling.items.push_back(std::move(item));
 
-    if (isFlushDone() && finishFlush() == Next::Stop)
+    if (isDone() && finish() == Next::Stop)
         return Next::Stop;
     if (!isFull(filling))
         return Next::GoOn;
-    if (finishFlush() == Next::Stop)
+    if (finish() == Next::Stop)
         return Next::Stop;
-    startFlush();
+    start();
     return Next::GoOn;
 }
 
 CopyPipeline::Next CopyPipeline::drain() {
-    if (finishFlush() == Next::Stop)
+    if (finish() == Next::Stop)
         return Next::Stop;
-    startFlush();
-    return finishFlush();
+    start();
+    return finish();
 }
 
 int CopyPipeline::flushPublished() { return flush(std::exchange(published, {})); }
 
-void CopyPipeline::startFlush() {
+int CopyPipeline::flushAndPublish(Batch &batch) const {
+    const int error = flush(batch.volumes);
+    for (CopyInProgress &item : batch.items) {
+        if (error != 0)
+            break;
+        if (item.staged)
+            publish(item);
+        if (item.publishFailure)
+            break;
+    }
+    return error;
+}
+
+void CopyPipeline::start() {
     if (filling.items.empty())
         return;
-    flushing = std::exchange(filling, {});
-    flushResult = std::async(std::launch::async, [volumes = flushing.volumes] { return flush(volumes); });
+    underWay = std::exchange(filling, {});
+    result = std::async(std::launch::async, [this] { return flushAndPublish(underWay); });
 }
 
-bool CopyPipeline::isFlushDone() const {
-    return flushResult.valid() && flushResult.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+bool CopyPipeline::isDone() const {
+    return result.valid() && result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
-CopyPipeline::Next CopyPipeline::finishFlush() {
-    if (!flushResult.valid())
+CopyPipeline::Next CopyPipeline::finish() {
+    if (!result.valid())
         return Next::GoOn;
-    const int error = flushResult.get();
-    published.insert(flushing.volumes.begin(), flushing.volumes.end());
-    for (CopyInProgress &item : flushing.items) {
+    const int error = result.get();
+    published.insert(underWay.volumes.begin(), underWay.volumes.end());
+    for (CopyInProgress &item : underWay.items) {
+        // What follows a failure waits until it has been judged.
+        const bool isWaiting = item.staged && !item.outcome && !item.publishFailure;
+        if (isWaiting && error == 0)
+            publish(item);
         if (settle(item, error) == Next::Stop) {
             drop();
             return Next::Stop;
         }
     }
-    flushing = {};
+    underWay = {};
     return Next::GoOn;
 }
 
 void CopyPipeline::drop() {
-    if (flushResult.valid())
-        flushResult.wait();
-    flushResult = {};
-    flushing = {};
+    if (result.valid())
+        result.wait();
+    result = {};
+    underWay = {};
     filling = {};
 }

@@ -4,36 +4,44 @@
 #include "sync/PairPlan.h"
 
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <future>
 #include <optional>
 #include <set>
 #include <vector>
 
-/// One planned copy on its way: staged, or failed with what is to be told of it.
+/// One planned copy on its way: staged, or failed with what is to be told of it; later published, or failed at that.
 struct CopyInProgress {
     const PlannedCopy *copy = nullptr;
     std::optional<StagedCopy> staged;
-    QString failure; ///< for the user; meaningful when not staged
+    QString stageFailure; ///< for the user; meaningful when not staged
+    std::optional<Published> outcome;
+    std::exception_ptr publishFailure;
 };
 
-/// Collects staged copies in batches, has each batch flushed on a thread of its own while the next one is being staged, and
-/// hands the copies back for publishing, always in the order in which they were added. So nothing is published before its
-/// data is on disk, and the disk is never waited for while there is something to copy. Used on one thread.
+/// Collects staged copies in batches. Each batch is flushed and then published on a thread of its own while the next one
+/// is being staged; then its copies are handed back to be settled, always in the order in which they were added. So nothing
+/// is published before its data is on disk, and the disk is never waited for while there is something to copy. All
+/// operations on one thread.
 class CopyPipeline {
   public:
     enum class Next { GoOn, Stop };
-    /// Told what became of one copy; `flushError` is the errno of a failed flush, else 0. With Stop, everything that is
-    /// still waiting is dropped.
+    /// Publishes one staged copy: fills `outcome` or `publishFailure` and never throws. Called on the batch's thread, or on
+    /// the caller's while no batch's thread runs. After a failure nothing more is published before it has been settled.
+    using Publish = std::function<void(CopyInProgress &item)>;
+    /// Told on the caller's thread what became of one copy; `flushError` is the errno of a failed flush, else 0. With
+    /// Stop, everything that is still waiting is dropped.
     using Settle = std::function<Next(CopyInProgress &item, int flushError)>;
 
-    explicit CopyPipeline(Settle settleCallback) : settle(std::move(settleCallback)) {}
+    CopyPipeline(Publish publishCallback, Settle settleCallback)
+        : publish(std::move(publishCallback)), settle(std::move(settleCallback)) {}
     ~CopyPipeline();
 
     /// Adds the next copy; may settle earlier ones.
     Next add(CopyInProgress item);
 
-    /// Flushes and settles everything that was added.
+    /// Flushes, publishes and settles everything that was added.
     Next drain();
 
     /// Brings the final names of everything published so far onto the disk. 0 on success, else the errno.
@@ -52,14 +60,16 @@ class CopyPipeline {
 
     static bool isFull(const Batch &batch);
     static int flush(const std::set<TempVolume *> &volumes);
-    void startFlush();
-    Next finishFlush();
-    bool isFlushDone() const;
+    int flushAndPublish(Batch &batch) const;
+    void start();
+    Next finish();
+    bool isDone() const;
     void drop();
 
+    Publish publish;
     Settle settle;
     Batch filling;
-    Batch flushing;
-    std::future<int> flushResult;
+    Batch underWay; // belongs to its thread until `result` is there
+    std::future<int> result;
     std::set<TempVolume *> published;
 };

@@ -11,9 +11,13 @@ namespace OneDriveNames {
 
 namespace {
 
-constexpr bool isControl(char32_t c) { return c < 0x20 || c == 0x7F; }
+constexpr bool isControl(char32_t c) {
+    return c < 0x20 || c == 0x7F;
+}
 
-constexpr bool isInvalid(char c) { return invalid.find(c) != std::string_view::npos; }
+constexpr bool isInvalid(char c) {
+    return invalid.find(c) != std::string_view::npos;
+}
 
 bool isReplaced(QStringView character) {
     return std::any_of(character.begin(), character.end(), [](QChar c) {
@@ -34,7 +38,8 @@ std::size_t validSequence(std::string_view bytes) {
 constexpr std::array<bool, 256> acceptableBytes = [] {
     std::array<bool, 256> table = {};
     for (std::size_t byte = 0; byte < table.size(); ++byte)
-        table[byte] = byte >= 0x80 || (!isControl(static_cast<char32_t>(byte)) && !isInvalid(static_cast<char>(byte)));
+        table[byte] =
+            byte >= 0x80 || (!isControl(static_cast<char32_t>(byte)) && !isInvalid(static_cast<char>(byte)));
     return table;
 }();
 
@@ -70,11 +75,10 @@ QString safe(std::string_view name) {
 }
 
 bool isAcceptable(std::string_view name) {
-    // In UTF-8 no byte of a longer sequence looks like an ASCII character, so the bytes can be judged one by one.
-    return !name.empty() && name.back() != ' ' &&
-           std::all_of(name.begin(), name.end(),
-                       [](char c) { return acceptableBytes[static_cast<unsigned char>(c)]; }) &&
-           Text::isUtf8(name);
+    // In UTF-8 no byte of a longer sequence looks like an ASCII character, so each byte can be judged alone.
+    return !name.empty() && name.back() != ' ' && std::all_of(name.begin(), name.end(), [](char c) {
+        return acceptableBytes[static_cast<unsigned char>(c)];
+    }) && Text::isUtf8(name);
 }
 
 QString visible(const QString &name) {
@@ -96,15 +100,21 @@ std::optional<QString> refusedType(std::string_view fileName) {
     if (dot == std::string_view::npos)
         return std::nullopt;
     const std::string extension = Text::asciiLower(fileName.substr(dot + 1));
-    if (std::find(std::begin(refusedExtensions), std::end(refusedExtensions), extension) == std::end(refusedExtensions))
+    if (std::find(std::begin(refusedExtensions), std::end(refusedExtensions), extension) ==
+        std::end(refusedExtensions))
         return std::nullopt;
     return u'.' + Text::fromBytes(extension);
 }
 
-QString folded(const QString &name) { return name.normalized(QString::NormalizationForm_C).toLower(); }
+QString folded(const QString &name) {
+    return name.normalized(QString::NormalizationForm_C).toLower();
+}
 
 std::string_view folded(std::string_view name, std::string &scratch) {
     if (!Text::isAscii(name)) {
+        // As text all bad bytes look alike, and like U+FFFD.
+        if (!Text::isUtf8(name))
+            return name;
         scratch = Text::toBytes(folded(Text::fromBytes(name)));
         return scratch;
     }
@@ -119,7 +129,8 @@ std::string_view folded(std::string_view name, std::string &scratch) {
 bool isSameText(std::string_view a, std::string_view b) {
     if (a == b)
         return true;
-    if (Text::isAscii(a) || Text::isAscii(b))
+    // One side may be ASCII: the Kelvin sign, say, is canonically a K.
+    if (Text::isAscii(a) && Text::isAscii(b))
         return false;
     return Text::fromBytes(a).normalized(QString::NormalizationForm_C) ==
            Text::fromBytes(b).normalized(QString::NormalizationForm_C);

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-/// What OneDrive can store under which name. Pure functions. Names as text, or as the bytes that the disk has; bytes
-/// that are not UTF-8 can't be stored.
+/// What OneDrive can store under which name. Pure functions. Names as text, or as the bytes that the disk
+/// has; bytes that are not UTF-8 can't be stored.
 namespace OneDriveNames {
 
 /// The characters that OneDrive does not accept in a name.
@@ -16,8 +16,9 @@ inline constexpr std::string_view invalid = "\"*:<>?\\|";
 /// The file extensions that OneDrive refuses, in lower case and without the dot.
 inline constexpr std::string_view refusedExtensions[] = {"bat", "jar", "pid"};
 
-/// The name as OneDrive could store it: "_" for every user-perceived character that holds an invalid or a control
-/// character, nothing blank at the end, never empty. A name is acceptable exactly when this is the name itself.
+/// The name as OneDrive could store it: "_" for every user-perceived character that holds an invalid or a
+/// control character, nothing blank at the end, never empty. A name is acceptable exactly when this is the
+/// name itself.
 QString safe(const QString &name);
 
 /// The same for the bytes of a name, with "_" for each byte that is not part of valid UTF-8.
@@ -35,7 +36,8 @@ std::optional<QString> refusedType(std::string_view fileName);
 /// The one form in which names are matched: NFC, then full lower case without locale.
 QString folded(const QString &name);
 
-/// The same for bytes. The result stands in `name` itself or in `scratch`, and lasts as long as either is left alone.
+/// The same for bytes; a name that is not UTF-8 matches itself alone. The result stands in `name` itself or
+/// in `scratch`, and lasts as long as either is left alone.
 std::string_view folded(std::string_view name, std::string &scratch);
 
 /// Whether two names are the same text, however their accents are composed.

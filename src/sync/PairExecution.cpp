@@ -27,9 +27,10 @@ bool isFolder(int parent, const char *name) {
 } // namespace
 
 PairExecution::PairExecution(PlannedJob &plannedJob, const RunContext &run)
-    : planned(plannedJob), job(*plannedJob.job), plan(plannedJob.plan), context(run), copier(run.temp, run.token),
-      pipeline([this](CopyInProgress &item, int flushError) { return settle(item, flushError); }),
-      originalWatch(plannedJob.original), backupWatch(plannedJob.backup) {
+    : planned(plannedJob), job(*plannedJob.job), plan(plannedJob.plan), context(run), copier(run.token),
+      originalWatch(plannedJob.original), backupWatch(plannedJob.backup),
+      pipeline([this](CopyInProgress &item) { publish(item); },
+               [this](CopyInProgress &item, int flushError) { return settle(item, flushError); }) {
     result.pairID = job.pairID;
     result.name = job.name;
     result.errors = static_cast<std::int64_t>(plan.problems.size());
@@ -155,7 +156,7 @@ PairExecution::Next PairExecution::copyFile(const PlannedCopy &copy) {
             // What was staged before is complete and comes first, unless it meets its own end.
             return pipeline.drain() == Next::Stop ? Next::Stop : end(*ending);
         }
-        item.failure = failure.text;
+        item.stageFailure = failure.text;
     }
     context.reporter.progress.bytesDone = bytesBefore + copy.size;
     return pipeline.add(std::move(item));
@@ -184,34 +185,43 @@ void PairExecution::tellCurrentFile(const PlannedCopy &copy) {
 PairExecution::Next PairExecution::settle(CopyInProgress &item, int flushError) {
     Next next = Next::GoOn;
     if (!item.staged) {
-        addError(*item.copy, item.failure); // judged when it failed
+        addError(*item.copy, item.stageFailure); // judged when it failed
     } else if (flushError != 0 && flushError == judgedFlushError) {
         addError(*item.copy, Fmt::systemError(flushError));
     } else if (flushError != 0) {
         next = settleFailure(*item.copy, {Fmt::systemError(flushError), flushError});
         judgedFlushError = flushError;
+    } else if (item.publishFailure) {
+        next = settleFailure(*item.copy, describe(item.publishFailure));
     } else {
-        next = publish(item);
+        recordPublished(*item.copy, *item.outcome);
     }
     if (next == Next::GoOn)
         ++context.reporter.progress.filesDone;
     return next;
 }
 
-PairExecution::Next PairExecution::publish(CopyInProgress &item) {
+void PairExecution::publish(CopyInProgress &item) {
     const PlannedCopy &copy = *item.copy;
     try {
         backupWatch.check();
-        const std::shared_ptr<const TargetFolder> target = targetFolder(copy.folder);
-        const Published outcome =
-            copier.publish(*item.staged, target, copy.targetName, copy.version(), copy.replaces, job.rules);
+        const std::shared_ptr<const TargetFolder> target = publishFolder(item);
+        item.outcome =
+            Copier::publish(*item.staged, target, copy.targetName, copy.version(), copy.replaces, job.rules);
         syncTargetNames(target);
-        recordPublished(copy, outcome);
-        item.staged.reset();
-        return Next::GoOn;
     } catch (const std::exception &) {
-        return settleFailure(copy, describe(std::current_exception()));
+        item.publishFailure = std::current_exception();
     }
+}
+
+std::shared_ptr<const TargetFolder> PairExecution::publishFolder(const CopyInProgress &item) {
+    const PlanFolder *folder = item.copy->folder;
+    return publishFolders.get(folder, [&] {
+        auto target = std::make_shared<TargetFolder>();
+        target->folder = OpenBelow::folder(planned.backup.descriptor(), PairPlan::backupRel(folder));
+        target->volume = &item.staged->tempVolume();
+        return std::shared_ptr<const TargetFolder>(std::move(target));
+    });
 }
 
 void PairExecution::recordPublished(const PlannedCopy &copy, Published outcome) {

@@ -51,7 +51,7 @@ class PairExecution {
     std::shared_ptr<const FileDescriptor> sourceFolder(const PlanFolder *folder);
     std::shared_ptr<const TargetFolder> targetFolder(const PlanFolder *folder);
     Next settle(CopyInProgress &item, int flushError);
-    Next publish(CopyInProgress &item);
+    void publish(CopyInProgress &item);
     void recordPublished(const PlannedCopy &copy, Published outcome);
     Next settleFailure(const PlannedCopy &copy, const Failure &failure);
     void addError(const PlannedCopy &copy, const QString &text);
@@ -59,6 +59,7 @@ class PairExecution {
     Next end(const Ending &ending);
     bool isOriginalGone(const PlannedCopy &copy, int error) const;
     bool isBackupGone(int error) const;
+    std::shared_ptr<const TargetFolder> publishFolder(const CopyInProgress &item);
     void syncTargetNames(const std::shared_ptr<const TargetFolder> &target);
     void finish();
     QString shownPath(const PlannedCopy &copy) const;
@@ -70,11 +71,13 @@ class PairExecution {
     RunContext context;
     PairResult result;
     Copier copier;
-    CopyPipeline pipeline;
     FolderWatch originalWatch;
-    FolderWatch backupWatch;
     FolderCache<FileDescriptor> sources;
     FolderCache<TargetFolder> targets;
+    // For publishing alone, which mostly happens on the pipeline's thread.
+    FolderWatch backupWatch;
+    FolderCache<TargetFolder> publishFolders;
     std::shared_ptr<const TargetFolder> namesToSync;
+    CopyPipeline pipeline; // last, so that its thread ends before what it uses
     int judgedFlushError = 0; ///< a flush that failed on a healthy drive: the rest of its batch needs no new judgement
 };

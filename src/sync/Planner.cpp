@@ -27,8 +27,10 @@ struct Planner::Level {
     const PlanFolder *record = nullptr;
 };
 
-Planner::Planner(const SyncRules &syncRules, const CancelToken &cancelToken, std::function<void()> fileCallback)
-    : rules(syncRules), token(cancelToken), onFile(std::move(fileCallback)) {}
+Planner::Planner(const SyncRules &syncRules, const CancelToken &cancelToken,
+                 std::function<void()> fileCallback)
+    : rules(syncRules), token(cancelToken), onFile(std::move(fileCallback)) {
+}
 
 Planner::~Planner() = default;
 
@@ -65,7 +67,8 @@ bool Planner::enter(std::size_t originalLength, std::size_t backupLength, bool b
         backupRel.resize(backupLength);
         return false;
     }
-    Level &level = levels.emplace_back(std::move(*original), std::move(*backup), originalLength, backupLength);
+    Level &level =
+        levels.emplace_back(std::move(*original), std::move(*backup), originalLength, backupLength);
     for (std::uint32_t i = 0; i < level.backup.size(); ++i)
         level.backupNames.add(OneDriveNames::folded(level.backup.at(i).name, scratch), i);
     return true;
@@ -99,7 +102,8 @@ void Planner::decideEntry(Level &level, std::uint32_t number) {
         addNew(entry);
 }
 
-std::optional<Entry> Planner::bestMatch(const Level &level, const Entry &entry, std::uint32_t firstCandidate) {
+std::optional<Entry> Planner::bestMatch(const Level &level, const Entry &entry,
+                                        std::uint32_t firstCandidate) {
     std::optional<Entry> match;
     for (std::uint32_t i = firstCandidate; i != FoldedIndex::none; i = level.backupNames.next(i)) {
         const Entry candidate = level.backup.at(i);
@@ -186,7 +190,7 @@ std::optional<Listing> Planner::list(Side side) {
     try {
         const FileDescriptor folder = OpenBelow::folder(anchor.descriptor(), relative);
         if (side == Side::Original && isBackupFolder(folder.get())) {
-            plan.problems.push_back(Text::fromBytes(relative) +
+            plan.problems.push_back(levelName(side) +
                                     QStringLiteral(": this is the backup folder itself, so it was skipped"));
             return std::nullopt;
         }
@@ -211,20 +215,25 @@ bool Planner::isBackupFolder(int descriptor) const {
 }
 
 void Planner::addProblem(Side side, int error) {
-    const QString subject =
-        Text::fromBytes(originalRel.empty()
-                            ? Paths::lastComponent((side == Side::Original ? originalTop : backupTop)->path())
-                            : originalRel);
     const QString detail =
-        error == ETIMEDOUT ? QStringLiteral("OneDrive didn't respond (it may still be downloading this folder)")
-                           : Fmt::systemError(error);
-    plan.problems.push_back(subject + QStringLiteral(": couldn't read ") +
-                            (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
-                            QStringLiteral(" of this folder, so it was skipped. ") + detail);
+        error == ETIMEDOUT
+            ? QStringLiteral("OneDrive didn't respond (it may still be downloading this folder)")
+            : Fmt::systemError(error);
+    plan.problems.push_back(
+        levelName(side) + QStringLiteral(": couldn't read ") +
+        (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
+        QStringLiteral(" of this folder, so it was skipped. ") + detail);
 }
 
-/// The shared record of the level under way. Made when something is first planned in it, so that an unchanged tree
-/// costs no memory.
+/// What a problem calls the level under way: its relative path, at the top the folder's own name.
+QString Planner::levelName(Side side) const {
+    if (!originalRel.empty())
+        return Text::fromBytes(originalRel);
+    return Text::fromBytes(Paths::lastComponent((side == Side::Original ? originalTop : backupTop)->path()));
+}
+
+/// The shared record of the level under way. Made when something is first planned in it, so that an unchanged
+/// tree costs no memory.
 const PlanFolder *Planner::record() {
     std::size_t known = levels.size() - 1;
     while (!levels[known].record)
@@ -243,4 +252,6 @@ const PlanFolder *Planner::record() {
     return levels.back().record;
 }
 
-QString Planner::pathOf(const Entry &entry) const { return Text::fromBytes(joined(originalRel, entry.name)); }
+QString Planner::pathOf(const Entry &entry) const {
+    return Text::fromBytes(joined(originalRel, entry.name));
+}

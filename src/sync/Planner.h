@@ -9,18 +9,18 @@
 #include <functional>
 #include <optional>
 
-/// Compares one original folder with its backup folder and decides, item by item, what a one-way backup has to do.
-/// Reads both trees and changes nothing. Made for one pair; build() is called once. Runs on the calling thread and
-/// shares only the token with others.
+/// Compares one original folder with its backup folder and decides, item by item, what a one-way backup has
+/// to do. Reads both trees and changes nothing. Made for one pair; build() is called once. Runs on the
+/// calling thread and shares only the token with others.
 class Planner {
   public:
     /// `onFile` is called once for every file that is compared or planned as new.
     Planner(const SyncRules &rules, const CancelToken &token, std::function<void()> onFile);
     ~Planner();
 
-    /// The plan for the pair. `backup` is not open when the backup folder doesn't exist; the plan then creates it. Never
-    /// fails: what can't be read becomes one of the plan's problems and is left out with everything below it. After a
-    /// cancel the plan is partial and must not be carried out.
+    /// The plan for the pair. `backup` is not open when the backup folder doesn't exist; the plan then
+    /// creates it. Never fails: what can't be read becomes one of the plan's problems and is left out with
+    /// everything below it. After a cancel the plan is partial and must not be carried out.
     PairPlan build(const FolderAnchor &original, const FolderAnchor &backup);
 
   private:
@@ -31,7 +31,8 @@ class Planner {
     bool enter(std::size_t originalLength, std::size_t backupLength, bool backupExists);
     void leave();
     void decideEntry(Level &level, std::uint32_t number);
-    static std::optional<Entry> bestMatch(const Level &level, const Entry &entry, std::uint32_t firstCandidate);
+    static std::optional<Entry> bestMatch(const Level &level, const Entry &entry,
+                                          std::uint32_t firstCandidate);
     bool skip(const Entry &entry);
     void compare(const Entry &entry, const Entry &match);
     void addNew(const Entry &entry);
@@ -40,6 +41,7 @@ class Planner {
     std::optional<Listing> list(Side side);
     bool isBackupFolder(int descriptor) const;
     void addProblem(Side side, int error);
+    QString levelName(Side side) const;
     const PlanFolder *record();
     QString pathOf(const Entry &entry) const;
 
@@ -50,8 +52,8 @@ class Planner {
 
     const FolderAnchor *originalTop = nullptr;
     const FolderAnchor *backupTop = nullptr;
-    // The walk keeps its own stack, so that memory alone limits the depth, and opens every folder from the top, so that
-    // no descriptor stays open on the way down. The two paths belong to the level under way.
+    // The walk keeps its own stack, so that memory alone limits the depth, and opens every folder from the
+    // top, so that no descriptor stays open on the way down. The two paths belong to the level under way.
     std::deque<Level> levels;
     std::string originalRel;
     std::string backupRel;

@@ -9,7 +9,6 @@
 #include "store/TestRoot.h"
 
 #include <QRandomGenerator>
-#include <QUuid>
 
 #include <algorithm>
 #include <cerrno>
@@ -142,8 +141,19 @@ void purgePlace(const fs::path &path) {
         purgeItem(path / name);
 }
 
+/// The first 12 characters of a random UUID's text form. Made by hand: one is needed for every file.
 std::string uniquePart() {
-    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().left(12).toStdString();
+    thread_local QRandomGenerator random = QRandomGenerator::securelySeeded();
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string text = "00000000-000";
+    quint64 bits = random.generate64();
+    for (char &c : text) {
+        if (c == '-')
+            continue;
+        c = digits[bits & 0xF];
+        bits >>= 4;
+    }
+    return text;
 }
 
 } // namespace
@@ -167,6 +177,7 @@ TempVolume &TempArea::volumeOf(int targetFolder) {
         return known->second;
 
     TempVolume &volume = volumes[facts->mountId];
+    volume.device = facts->device;
     const auto use = [&](const Path &path, FileDescriptor place) {
         const std::optional<FileFacts> placeFacts = place ? lookAtOpen(place.get()) : std::nullopt;
         if (!placeFacts || placeFacts->mountId != facts->mountId)
@@ -192,23 +203,13 @@ TempVolume &TempArea::volumeOf(int targetFolder) {
     return volume;
 }
 
-void TempArea::goBeside(TempVolume &volume) {
-    TempVolume old;
-    old.area = std::move(volume.area);
-    old.path = volume.path;
-    retired.push_back(std::move(old));
-}
-
 void TempArea::cleanup() {
-    for (auto &[id, volume] : volumes)
-        goBeside(volume);
-    for (const TempVolume &volume : retired) {
+    for (const auto &[id, volume] : volumes) {
         if (!volume.area)
             continue;
         removeFiles(volume.area.get());
         ::rmdir(volume.path.c_str());
     }
-    retired.clear();
     volumes.clear();
 }
 

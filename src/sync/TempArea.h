@@ -4,6 +4,7 @@
 #include "platform/Durability.h"
 #include "platform/Mover.h"
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -12,17 +13,23 @@
 
 /// Where the temporary copies of one volume are written, and what is known of the volume.
 struct TempVolume {
-    FileDescriptor area;        ///< the locked temporary folder; not open when copies go beside their targets
+    FileDescriptor area;        ///< the locked temporary folder; not open where none could be made
     std::filesystem::path path; ///< of the temporary folder
     FileDescriptor anywhere;    ///< some open folder of the volume, for flushing it
+    dev_t device = 0;
     Durability::Method durability = Durability::Method::EachFile;
-    Mover mover;
+    Mover mover; ///< for whoever publishes; one thread at a time
 
-    bool isBeside() const { return !area; }
+    /// Whether copies go beside their targets.
+    bool isBeside() const { return !area || refusesRename; }
+
+    /// Set once a rename out of the temporary folder was refused.
+    std::atomic<bool> refusesRename = false;
 };
 
 /// The temporary folders of one run, one per volume, each on the volume of its targets and outside every OneDrive folder.
-/// They exist, locked against other processes, until cleanup() or the end of its life. Used on one thread.
+/// They exist, locked against other processes, until cleanup() or the end of its life. All operations on one thread; the
+/// volumes themselves may be used on another.
 class TempArea {
   public:
     using Path = std::filesystem::path;
@@ -36,9 +43,6 @@ class TempArea {
     /// The volume that holds an open folder, with its temporary folder. Where none can be made, copies go beside their
     /// targets. Stays valid until cleanup(). Fails with std::system_error only when the open folder can't be looked at.
     TempVolume &volumeOf(int targetFolder);
-
-    /// From now on the volume's copies go beside their targets: it refused a rename out of its temporary folder.
-    void goBeside(TempVolume &volume);
 
     /// Removes the temporary folders with whatever is in them; failures are ignored.
     void cleanup();
@@ -55,5 +59,4 @@ class TempArea {
   private:
     std::vector<Path> trees;
     std::map<std::uint64_t, TempVolume> volumes; // by mount id
-    std::vector<TempVolume> retired;             // no longer used, still to be removed
 };

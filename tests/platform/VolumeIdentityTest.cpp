@@ -4,7 +4,9 @@
 #include "support/LoopMount.h"
 #include "support/TestTree.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 #include <fcntl.h>
 #include <linux/loop.h>
@@ -92,23 +94,43 @@ TEST(DeviceExists, AskedFromSysfs) {
     EXPECT_FALSE(VolumeIdentity::deviceExists(makedev(7, 1048575))) << "no such loop device";
 }
 
+/// A loop device of its own, numbered so high that nobody else is handed it.
+class OwnLoopDevice {
+  public:
+    OwnLoopDevice() : control(::open("/dev/loop-control", O_RDWR | O_CLOEXEC)) {
+        number = ::ioctl(control.get(), LOOP_CTL_ADD, 1000 + ::getpid() % 100'000);
+    }
+    ~OwnLoopDevice() { ::ioctl(control.get(), LOOP_CTL_REMOVE, number); }
+
+    bool attach(const FileDescriptor &file) { return ::ioctl(open().get(), LOOP_SET_FD, file.get()) == 0; }
+    /// It is really detached once everybody (udev, say) has closed it.
+    bool detach() { return ::ioctl(open().get(), LOOP_CLR_FD, 0) == 0; }
+    dev_t id() const { return makedev(7, static_cast<unsigned>(number)); }
+
+  private:
+    FileDescriptor open() const {
+        return FileDescriptor(::open(("/dev/loop" + std::to_string(number)).c_str(), O_RDWR | O_CLOEXEC));
+    }
+
+    FileDescriptor control;
+    int number = -1;
+};
+
 TEST(DeviceExists, ALoopDeviceIsGoneWithItsBackingFile) {
     if (const auto reason = LoopMount::whyNot())
         GTEST_SKIP() << *reason;
-    dev_t attached = 0;
-    {
-        const LoopMount drive;
-        struct stat facts = {};
-        ASSERT_EQ(::stat(drive.device().c_str(), &facts), 0);
-        attached = facts.st_rdev;
-        EXPECT_TRUE(VolumeIdentity::deviceExists(attached));
-    }
-    const std::string loop = "/dev/loop" + std::to_string(minor(attached));
-    const FileDescriptor open(::open(loop.c_str(), O_RDONLY | O_CLOEXEC));
-    loop_info64 info = {};
-    if (open && ::ioctl(open.get(), LOOP_GET_STATUS64, &info) == 0)
-        GTEST_SKIP() << loop << " was taken by someone else meanwhile";
-    EXPECT_FALSE(VolumeIdentity::deviceExists(attached));
+    TestTree tree;
+    tree.sparseFile("image", 1024 * 1024);
+    const FileDescriptor image(::open((tree / "image").c_str(), O_RDWR | O_CLOEXEC));
+    OwnLoopDevice loop;
+    EXPECT_FALSE(VolumeIdentity::deviceExists(loop.id())) << "never attached";
+    ASSERT_TRUE(loop.attach(image));
+    EXPECT_TRUE(VolumeIdentity::deviceExists(loop.id()));
+    ASSERT_TRUE(loop.detach());
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (VolumeIdentity::deviceExists(loop.id()) && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    EXPECT_FALSE(VolumeIdentity::deviceExists(loop.id())) << "detached";
 }
 
 } // namespace

@@ -23,6 +23,10 @@ constexpr FileTime at(std::int64_t seconds, std::int32_t nanoseconds = 0) {
     return {noon.seconds + seconds, nanoseconds};
 }
 
+void PrintTo(const Row &row, std::ostream *out) {
+    *out << row.situation;
+}
+
 class DecideTest : public testing::TestWithParam<Row> {};
 
 TEST_P(DecideTest, ByTimeAndSize) {
@@ -33,8 +37,10 @@ TEST_P(DecideTest, ByTimeAndSize) {
     EXPECT_EQ(decide(original, {1000, row.backup}, plain), row.sameSize) << row.situation;
     EXPECT_EQ(decide(original, {1000, row.backup}, fat), row.onFat) << row.situation << " on FAT";
     for (const std::int64_t size : {0, 999, 1001}) {
-        EXPECT_EQ(decide(original, {size, row.backup}, plain), row.otherSize) << row.situation << ", " << size;
-        EXPECT_EQ(decide(original, {size, row.backup}, fat), row.otherSize) << row.situation << " on FAT, " << size;
+        EXPECT_EQ(decide(original, {size, row.backup}, plain), row.otherSize)
+            << row.situation << ", " << size;
+        EXPECT_EQ(decide(original, {size, row.backup}, fat), row.otherSize)
+            << row.situation << " on FAT, " << size;
     }
 }
 
@@ -42,17 +48,18 @@ constexpr std::int32_t half = 500'000'000;
 
 INSTANTIATE_TEST_SUITE_P(
     Tolerance, DecideTest,
-    testing::Values(Row{"same time", noon, noon, equal, equal, copied},
-                    Row{"original 1.5 s newer", at(1, half), noon, equal, equal, copied},
-                    Row{"original 2 s newer", at(2), noon, equal, equal, copied},
-                    Row{"original 2 s newer, within the second", at(2, half), at(0, half), equal, equal, copied},
-                    Row{"original a nanosecond more than 2 s newer", at(2, 1), noon, copied, copied, copied},
-                    Row{"original 3 s newer", at(3), noon, copied, copied, copied},
-                    Row{"backup 1.5 s newer", noon, at(1, half), equal, equal, copied},
-                    Row{"backup 2 s newer", noon, at(2), equal, equal, copied},
-                    Row{"backup a nanosecond more than 2 s newer", noon, at(2, 1), kept, kept, kept},
-                    Row{"backup 10 s newer", noon, at(10), kept, kept, kept},
-                    Row{"sub-seconds across a full second", at(-2, half), at(0, half), equal, equal, copied}));
+    testing::Values(
+        Row{"same time", noon, noon, equal, equal, copied},
+        Row{"original 1.5 s newer", at(1, half), noon, equal, equal, copied},
+        Row{"original 2 s newer", at(2), noon, equal, equal, copied},
+        Row{"original 2 s newer, within the second", at(2, half), at(0, half), equal, equal, copied},
+        Row{"original a nanosecond more than 2 s newer", at(2, 1), noon, copied, copied, copied},
+        Row{"original 3 s newer", at(3), noon, copied, copied, copied},
+        Row{"backup 1.5 s newer", noon, at(1, half), equal, equal, copied},
+        Row{"backup 2 s newer", noon, at(2), equal, equal, copied},
+        Row{"backup a nanosecond more than 2 s newer", noon, at(2, 1), kept, kept, kept},
+        Row{"backup 10 s newer", noon, at(10), kept, kept, kept},
+        Row{"sub-seconds across a full second", at(-2, half), at(0, half), equal, equal, copied}));
 
 INSTANTIATE_TEST_SUITE_P(
     Hour, DecideTest,
@@ -75,14 +82,15 @@ constexpr FileTime farFuture{std::numeric_limits<std::int64_t>::max(), 999'999'9
 
 INSTANTIATE_TEST_SUITE_P(
     Extremes, DecideTest,
-    testing::Values(Row{"both unknown", FileTime::distantPast(), FileTime::distantPast(), equal, equal, copied},
-                    Row{"original unknown", FileTime::distantPast(), noon, kept, kept, kept},
-                    Row{"backup unknown", noon, FileTime::distantPast(), copied, copied, copied},
-                    Row{"across 1970", {1, half}, beforeEpoch, equal, equal, copied},
-                    Row{"across 1970 and too far", {1, half + 1}, beforeEpoch, copied, copied, copied},
-                    Row{"an hour across 1970", {3599, half}, beforeEpoch, copied, equal, copied},
-                    Row{"the whole range", farFuture, FileTime::distantPast(), copied, copied, copied},
-                    Row{"the whole range the other way", FileTime::distantPast(), farFuture, kept, kept, kept}));
+    testing::Values(
+        Row{"both unknown", FileTime::distantPast(), FileTime::distantPast(), equal, equal, copied},
+        Row{"original unknown", FileTime::distantPast(), noon, kept, kept, kept},
+        Row{"backup unknown", noon, FileTime::distantPast(), copied, copied, copied},
+        Row{"across 1970", {1, half}, beforeEpoch, equal, equal, copied},
+        Row{"across 1970 and too far", {1, half + 1}, beforeEpoch, copied, copied, copied},
+        Row{"an hour across 1970", {3599, half}, beforeEpoch, copied, equal, copied},
+        Row{"the whole range", farFuture, FileTime::distantPast(), copied, copied, copied},
+        Row{"the whole range the other way", FileTime::distantPast(), farFuture, kept, kept, kept}));
 
 TEST(Decide, ToleranceIsAParameter) {
     const SyncRules strict{.fatTimeQuirk = true, .tolerance = 0};

@@ -1,59 +1,83 @@
 #include "sync/IgnoreRules.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
+#include <initializer_list>
+#include <utility>
 
 using IgnoreRules::Verdict;
 
 namespace {
 
-struct Row {
-    const char *name;
-    Verdict verdict;
-};
-
-class IgnoreRulesTest : public testing::TestWithParam<Row> {};
-
-TEST_P(IgnoreRulesTest, JudgesByTheFirstRuleThatApplies) {
-    EXPECT_EQ(IgnoreRules::judge(GetParam().name), GetParam().verdict) << GetParam().name;
+void expectVerdicts(std::initializer_list<std::pair<const char *, Verdict>> rows) {
+    for (const auto &[name, verdict] : rows)
+        EXPECT_EQ(IgnoreRules::judge(name), verdict) << testing::PrintToString(name);
 }
 
-INSTANTIATE_TEST_SUITE_P(OwnTemporaries, IgnoreRulesTest,
-                         testing::Values(Row{".tw-abcdef123456.twtmp", Verdict::StaleTemporary},
-                                         Row{".tw-old-abcdef123456.twtmp", Verdict::StaleTemporary},
-                                         Row{".tw-.twtmp", Verdict::StaleTemporary},
-                                         Row{".tw-\xFF.twtmp", Verdict::StaleTemporary},
-                                         Row{".tw-abc.txt", Verdict::Skip}, Row{".TW-abcdef123456.twtmp", Verdict::Skip},
-                                         Row{".tw-abcdef123456.TWTMP", Verdict::Skip}, Row{".tw-twtmp", Verdict::Skip},
-                                         Row{".twtmp", Verdict::Skip}, Row{"tw-abcdef123456.twtmp", Verdict::Skip},
-                                         Row{"notes.twtmp", Verdict::Skip}, Row{"notes.TWTMP", Verdict::Skip},
-                                         Row{"\u00C4.TwTmp", Verdict::Skip}, Row{"notes.twtmp.txt", Verdict::Keep},
-                                         Row{"notestwtmp", Verdict::Keep}, Row{"notes.tmp", Verdict::Keep}));
+TEST(IgnoreRules, OwnTemporaries) {
+    expectVerdicts({{".tw-abcdef123456.twtmp", Verdict::StaleTemporary},
+                    {".tw-old-abcdef123456.twtmp", Verdict::StaleTemporary},
+                    {".tw-.twtmp", Verdict::StaleTemporary},
+                    {".tw-\xFF.twtmp", Verdict::StaleTemporary},
+                    {".tw-abc.txt", Verdict::Skip},
+                    {".TW-abcdef123456.twtmp", Verdict::Skip},
+                    {".tw-abcdef123456.TWTMP", Verdict::Skip},
+                    {".tw-twtmp", Verdict::Skip},
+                    {".twtmp", Verdict::Skip},
+                    {"tw-abcdef123456.twtmp", Verdict::Skip},
+                    {"notes.twtmp", Verdict::Skip},
+                    {"notes.TWTMP", Verdict::Skip},
+                    {"\u00C4.TwTmp", Verdict::Skip},
+                    {"notes.twtmp.txt", Verdict::Keep},
+                    {"notestwtmp", Verdict::Keep},
+                    {"notes.tmp", Verdict::Keep}});
+}
 
-INSTANTIATE_TEST_SUITE_P(HiddenAndOffice, IgnoreRulesTest,
-                         testing::Values(Row{".DS_Store", Verdict::Skip}, Row{"._a.txt", Verdict::Skip},
-                                         Row{".TemporaryItems", Verdict::Skip}, Row{".\u00E9", Verdict::Skip},
-                                         Row{"..txt", Verdict::Skip}, Row{"a.DS_Store", Verdict::Keep},
-                                         Row{"\u2024hidden", Verdict::Keep}, Row{"~$report.docx", Verdict::Skip},
-                                         Row{"~$", Verdict::Skip}, Row{"$~report.docx", Verdict::Keep},
-                                         Row{"a~$report.docx", Verdict::Keep}, Row{"~WRL0001.tmp", Verdict::Skip},
-                                         Row{"~x.TMP", Verdict::Skip}, Row{"~.tmp", Verdict::Skip},
-                                         Row{"~\u00DC.tMp", Verdict::Skip}, Row{"~\xFF.tmp", Verdict::Skip},
-                                         Row{"~x.tmp.txt", Verdict::Keep}, Row{"~xtmp", Verdict::Keep},
-                                         Row{"x~.tmp", Verdict::Keep}, Row{"~report.docx", Verdict::Keep},
-                                         Row{"~", Verdict::Keep}));
+TEST(IgnoreRules, HiddenAndOffice) {
+    expectVerdicts({{".DS_Store", Verdict::Skip},
+                    {"._a.txt", Verdict::Skip},
+                    {".TemporaryItems", Verdict::Skip},
+                    {".\u00E9", Verdict::Skip},
+                    {"..txt", Verdict::Skip},
+                    {"a.DS_Store", Verdict::Keep},
+                    {"\u2024hidden", Verdict::Keep},
+                    {"~$report.docx", Verdict::Skip},
+                    {"~$", Verdict::Skip},
+                    {"$~report.docx", Verdict::Keep},
+                    {"a~$report.docx", Verdict::Keep},
+                    {"~WRL0001.tmp", Verdict::Skip},
+                    {"~x.TMP", Verdict::Skip},
+                    {"~.tmp", Verdict::Skip},
+                    {"~\u00DC.tMp", Verdict::Skip},
+                    {"~\xFF.tmp", Verdict::Skip},
+                    {"~x.tmp.txt", Verdict::Keep},
+                    {"~xtmp", Verdict::Keep},
+                    {"x~.tmp", Verdict::Keep},
+                    {"~report.docx", Verdict::Keep},
+                    {"~", Verdict::Keep}});
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Housekeeping, IgnoreRulesTest,
-    testing::Values(Row{"Thumbs.db", Verdict::Skip}, Row{"Thumbs.DB", Verdict::Skip}, Row{"Thumbs.db.txt", Verdict::Keep},
-                    Row{"xThumbs.db", Verdict::Keep}, Row{"Thumbs", Verdict::Keep}, Row{"desktop.ini", Verdict::Skip},
-                    Row{"Desktop.INI", Verdict::Skip}, Row{"Des\u212Atop.ini", Verdict::Skip}, // Kelvin sign
-                    Row{"desktop.\u0130n\u0130", Verdict::Keep}, Row{"desktop.ini ", Verdict::Keep},
-                    Row{"$Recycle.Bin", Verdict::Skip}, Row{"Recycle.Bin", Verdict::Keep},
-                    Row{"System Volume Information", Verdict::Skip}, Row{"System Volume Informatio\u0144", Verdict::Keep},
-                    Row{"System_Volume_Information", Verdict::Keep}, Row{"Icon\r", Verdict::Skip},
-                    Row{"ICON\r", Verdict::Skip}, Row{"Icon", Verdict::Keep}, Row{"Icon\n", Verdict::Keep},
-                    Row{"Icons\r", Verdict::Keep}, Row{"plain.txt", Verdict::Keep}));
+TEST(IgnoreRules, Housekeeping) {
+    expectVerdicts({{"Thumbs.db", Verdict::Skip},
+                    {"Thumbs.DB", Verdict::Skip},
+                    {"Thumbs.db.txt", Verdict::Keep},
+                    {"xThumbs.db", Verdict::Keep},
+                    {"Thumbs", Verdict::Keep},
+                    {"desktop.ini", Verdict::Skip},
+                    {"Desktop.INI", Verdict::Skip},
+                    {"des\u212Atop.ini", Verdict::Skip}, // with the Kelvin sign
+                    {"desktop.\u0130n\u0130", Verdict::Keep},
+                    {"desktop.ini ", Verdict::Keep},
+                    {"$Recycle.Bin", Verdict::Skip},
+                    {"Recycle.Bin", Verdict::Keep},
+                    {"System Volume Information", Verdict::Skip},
+                    {"System Volume Informatio\u0144", Verdict::Keep},
+                    {"System_Volume_Information", Verdict::Keep},
+                    {"Icon\r", Verdict::Skip},
+                    {"ICON\r", Verdict::Skip},
+                    {"Icon", Verdict::Keep},
+                    {"Icon\n", Verdict::Keep},
+                    {"Icons\r", Verdict::Keep},
+                    {"plain.txt", Verdict::Keep}});
+}
 
 } // namespace

@@ -14,6 +14,10 @@ struct SafeRow {
     Name safe;
 };
 
+void PrintTo(const SafeRow &row, std::ostream *out) {
+    *out << row.situation;
+}
+
 class SafeNameTest : public testing::TestWithParam<SafeRow> {};
 
 TEST_P(SafeNameTest, IsWhatOneDriveCouldStore) {
@@ -27,17 +31,18 @@ TEST_P(SafeNameTest, IsWhatOneDriveCouldStore) {
 
 INSTANTIATE_TEST_SUITE_P(
     Accepted, SafeNameTest,
-    testing::Values(SafeRow{"ordinary", "Report 2024.docx", "Report 2024.docx"},
-                    SafeRow{"brackets, dash and accents", "[b] (x) – é à.txt", "[b] (x) – é à.txt"},
-                    SafeRow{"decomposed accent", "e\u0301.txt", "e\u0301.txt"},
-                    SafeRow{"emoji joined of several", "👩\u200D👩\u200D👧 🇩🇪.jpg", "👩\u200D👩\u200D👧 🇩🇪.jpg"},
-                    SafeRow{"leading blank", " a", " a"}, SafeRow{"blank before the extension", "a .txt", "a .txt"},
-                    SafeRow{"only a dot at the end", "a.", "a."},
-                    SafeRow{"no-break space at the end", "a\u00A0", "a\u00A0"},
-                    SafeRow{"full-width colon", "a：b", "a：b"}, SafeRow{"other punctuation", "#%&{}~'^`/", "#%&{}~'^`/"},
-                    SafeRow{"U+0080 and U+009F", "a\u0080\u009F", "a\u0080\u009F"},
-                    SafeRow{"U+FEFF in front", "\uFEFFa", "\uFEFFa"}, SafeRow{"U+FFFD itself", "a\uFFFD", "a\uFFFD"},
-                    SafeRow{"last code point", "\U0010FFFF", "\U0010FFFF"}));
+    testing::Values(
+        SafeRow{"ordinary", "Report 2024.docx", "Report 2024.docx"},
+        SafeRow{"brackets, dash and accents", "[b] (x) – é à.txt", "[b] (x) – é à.txt"},
+        SafeRow{"decomposed accent", "e\u0301.txt", "e\u0301.txt"},
+        SafeRow{"emoji joined of several", "👩\u200D👩\u200D👧 🇩🇪.jpg", "👩\u200D👩\u200D👧 🇩🇪.jpg"},
+        SafeRow{"leading blank", " a", " a"}, SafeRow{"blank before the extension", "a .txt", "a .txt"},
+        SafeRow{"only a dot at the end", "a.", "a."},
+        SafeRow{"no-break space at the end", "a\u00A0", "a\u00A0"},
+        SafeRow{"full-width colon", "a：b", "a：b"}, SafeRow{"other punctuation", "#%&{}~'^`/", "#%&{}~'^`/"},
+        SafeRow{"U+0080 and U+009F", "a\u0080\u009F", "a\u0080\u009F"},
+        SafeRow{"U+FEFF in front", "\uFEFFa", "\uFEFFa"}, SafeRow{"U+FFFD itself", "a\uFFFD", "a\uFFFD"},
+        SafeRow{"last code point", "\U0010FFFF", "\U0010FFFF"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Changed, SafeNameTest,
@@ -45,8 +50,9 @@ INSTANTIATE_TEST_SUITE_P(
                     SafeRow{"each of the eight", "w*x?y<z>|\\q\".txt:", "w_x_y_z___q_.txt_"},
                     SafeRow{"blanks at the end", "end  ", "end"}, SafeRow{"only blanks", "   ", "_"},
                     SafeRow{"empty", "", "_"}, SafeRow{"U+0003", "a\x03", "a_"},
-                    SafeRow{"first and last control character", "\x01"
-                                                                "a\x1F",
+                    SafeRow{"first and last control character",
+                            "\x01"
+                            "a\x1F",
                             "_a_"},
                     SafeRow{"DEL", "a\x7F", "a_"}, SafeRow{"zero byte", Name("a\0b", 3), "a_b"},
                     SafeRow{"carriage return and line feed are one", "a\r\nb", "a_b"},
@@ -58,15 +64,16 @@ INSTANTIATE_TEST_SUITE_P(
                     SafeRow{"accent after a control character stands alone", "\x03\u0301", "_\u0301"},
                     SafeRow{"astral letter beside a bad one", "😀?😀", "😀_😀"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    NotUtf8, SafeNameTest,
-    testing::Values(SafeRow{"Latin-1 letter", "caf\xE9.txt", "caf_.txt"},
-                    SafeRow{"one for each byte of a cut sequence", "a\xF0\x9F\x98", "a___"},
-                    SafeRow{"cut sequence and a letter", "\xE2\x82z", "__z"},
-                    SafeRow{"valid text beside a bad byte", "é\xFF😀", "é_😀"},
-                    SafeRow{"encoded surrogate", "\xED\xA0\x80", "___"}, SafeRow{"overlong slash", "\xC0\xAF", "__"},
-                    SafeRow{"bad byte and a colon", "\xFF:", "__"},
-                    SafeRow{"bad byte with a blank at the end", "\xFF ", "_"}));
+INSTANTIATE_TEST_SUITE_P(NotUtf8, SafeNameTest,
+                         testing::Values(SafeRow{"Latin-1 letter", "caf\xE9.txt", "caf_.txt"},
+                                         SafeRow{"one for each byte of a cut sequence", "a\xF0\x9F\x98",
+                                                 "a___"},
+                                         SafeRow{"cut sequence and a letter", "\xE2\x82z", "__z"},
+                                         SafeRow{"valid text beside a bad byte", "é\xFF😀", "é_😀"},
+                                         SafeRow{"encoded surrogate", "\xED\xA0\x80", "___"},
+                                         SafeRow{"overlong slash", "\xC0\xAF", "__"},
+                                         SafeRow{"bad byte and a colon", "\xFF:", "__"},
+                                         SafeRow{"bad byte with a blank at the end", "\xFF ", "_"}));
 
 TEST(VisibleName, ShowsControlCharactersAndBlanksAtTheEnd) {
     const std::pair<Name, Name> rows[] = {{"plain", "plain"},
@@ -90,12 +97,26 @@ TEST(VisibleName, ShowsControlCharactersAndBlanksAtTheEnd) {
 }
 
 TEST(RefusedType, IsToldByTheTextAfterTheLastDot) {
-    const std::pair<Name, Name> rows[] = {
-        {"tool.bat", ".bat"}, {"run.BAT", ".bat"}, {"LIB.JaR", ".jar"},  {"x.pid", ".pid"},
-        {"a.txt.pid", ".pid"}, {".bat", ".bat"},   {"é.Bat", ".bat"},    {"\xFF.bat", ".bat"},
-        {"jar", ""},           {"a.txt", ""},      {"a.bat.txt", ""},    {"a.bat ", ""},
-        {"a.batx", ""},        {"a.ba", ""},       {"a.bat.", ""},       {"abat", ""},
-        {"a.", ""},            {"", ""},           {"a.p\u0130d", ""}, {"a.exe", ""}};
+    const std::pair<Name, Name> rows[] = {{"tool.bat", ".bat"},
+                                          {"run.BAT", ".bat"},
+                                          {"LIB.JaR", ".jar"},
+                                          {"x.pid", ".pid"},
+                                          {"a.txt.pid", ".pid"},
+                                          {".bat", ".bat"},
+                                          {"é.Bat", ".bat"},
+                                          {"\xFF.bat", ".bat"},
+                                          {"jar", ""},
+                                          {"a.txt", ""},
+                                          {"a.bat.txt", ""},
+                                          {"a.bat ", ""},
+                                          {"a.batx", ""},
+                                          {"a.ba", ""},
+                                          {"a.bat.", ""},
+                                          {"abat", ""},
+                                          {"a.", ""},
+                                          {"", ""},
+                                          {"a.p\u0130d", ""},
+                                          {"a.exe", ""}};
     for (const auto &[name, type] : rows) {
         const std::optional<QString> refused = OneDriveNames::refusedType(name);
         EXPECT_EQ(refused ? Text::toBytes(*refused) : "", type) << name;
@@ -108,6 +129,10 @@ struct FoldRow {
     Name other;
     bool match;
 };
+
+void PrintTo(const FoldRow &row, std::ostream *out) {
+    *out << row.situation;
+}
 
 class FoldedNameTest : public testing::TestWithParam<FoldRow> {};
 
@@ -144,7 +169,8 @@ INSTANTIATE_TEST_SUITE_P(
                     FoldRow{"İ and i with a dot above", "\u0130", "i\u0307", true},
                     FoldRow{"İ is not i", "\u0130", "i", false}, FoldRow{"ı is not i", "\u0131", "I", false},
                     FoldRow{"sigma in the middle", "\u039F\u03A3\u039F", "\u03BF\u03C3\u03BF", true},
-                    FoldRow{"capital sigma at the end, twice the same", "\u039F\u03A3.", "\u03BF\u03A3.", true},
+                    FoldRow{"capital sigma at the end, twice the same", "\u039F\u03A3.", "\u03BF\u03A3.",
+                            true},
                     FoldRow{"Kelvin sign and k", "\u212A", "k", true},
                     FoldRow{"Kelvin sign and K in a name", "5 \u212A", "5 K", true},
                     FoldRow{"Angstrom sign and å", "\u212B", "\u00E5", true},
