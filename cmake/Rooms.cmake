@@ -29,5 +29,6 @@ function(tarnwick_tests room)
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     add_executable(test_${room} ${sources})
     target_link_libraries(test_${room} PRIVATE tarnwick_options ${ARG_LINKS} tarnwick_test_support GTest::gtest_main)
-    gtest_discover_tests(test_${room} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
+    gtest_discover_tests(test_${room} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
+                        PROPERTIES TIMEOUT 300 SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
 endfunction()

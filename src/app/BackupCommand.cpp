@@ -9,6 +9,7 @@
 #include "records/Json.h"
 #include "store/Locations.h"
 #include "sync/PairPlanJson.h"
+#include "sync/PlanText.h"
 #include "sync/Planner.h"
 #include "sync/SyncRunner.h"
 
@@ -73,17 +74,27 @@ SyncJob jobFor(const fs::path &original, const fs::path &backup) {
     return job;
 }
 
+FolderAnchor openedIfFolder(const fs::path &path) {
+    try {
+        return FolderAnchor(path);
+    } catch (const std::system_error &) {
+        return FolderAnchor::missing(path);
+    }
+}
+
 PairPlan planOf(const SyncJob &job, const CancelToken &token, Console::ProgressLine &line) {
     ProgressReporter reporter([&](const SyncProgress &progress) { line.show(progress); });
     reporter.progress.pairName = job.name;
-    FolderAnchor original = FolderAnchor::missing(job.original);
-    FolderAnchor backup = FolderAnchor::missing(job.backup);
-    try {
-        original = FolderAnchor(job.original);
-        backup = FolderAnchor(job.backup);
-    } catch (const std::system_error &) {
-        // What is missing is the planner's to tell.
-    }
+    const FolderAnchor original = openedIfFolder(job.original);
+    const FolderAnchor backup = openedIfFolder(job.backup);
+    // The two cases in which a run doesn't plan at all.
+    PairPlan none(job.original, job.backup);
+    if (!original.isOpen())
+        none.problems.push_back(PlanText::originalMissing(job));
+    else if (!backup.isOpen() && !openedIfFolder(job.backup.parent_path()).isOpen())
+        none.problems.push_back(PlanText::backupUnavailable(job));
+    if (!none.problems.empty())
+        return none;
     Planner planner(job.rules, token, [&] {
         ++reporter.progress.scanned;
         reporter.emitThrottled();

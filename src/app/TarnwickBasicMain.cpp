@@ -29,8 +29,10 @@ file in BACKUP is never replaced by an older one.
 Exit status: 0 all is well; 1 something could not be backed up; 2 wrong usage;
 3 refused to start; 130 stopped by Ctrl-C.)";
 
+/// What follows "--" is never an option.
 bool has(const std::vector<std::string> &arguments, const char *option) {
-    return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    return std::find(arguments.begin(), end, option) != end;
 }
 
 } // namespace

@@ -173,8 +173,11 @@ mode_t creationMode(const struct stat &original) {
 
 mode_t copyAttributes(int source, const struct stat &original, int destination) {
     mode_t mode = original.st_mode & 07777;
-    const bool isMine = original.st_uid == ::geteuid() && original.st_gid == ::getegid();
-    if (!isMine && ::fchown(destination, original.st_uid, original.st_gid) != 0)
+    // What the copy was made with is looked at, not who we are: a folder may hand down a group of its own.
+    struct stat made = {};
+    const bool isRight =
+        ::fstat(destination, &made) == 0 && made.st_uid == original.st_uid && made.st_gid == original.st_gid;
+    if (!isRight && ::fchown(destination, original.st_uid, original.st_gid) != 0)
         mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
     copyUserAttributes(source, destination);
     return mode;

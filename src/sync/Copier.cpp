@@ -57,7 +57,7 @@ void setTimes(int file, const timespec &accessed, FileTime modified) {
 } // namespace
 
 StagedCopy::StagedCopy(TempVolume &tempVolume, std::string tempName)
-    : volume(&tempVolume), folder(tempVolume.area.get()), name(std::move(tempName)) {}
+    : volume(&tempVolume), folder(tempVolume.folderToFill()), name(std::move(tempName)) {}
 
 StagedCopy::StagedCopy(std::shared_ptr<const TargetFolder> besideFolder, std::string tempName)
     : beside(std::move(besideFolder)), volume(beside->volume), folder(beside->folder.get()), name(std::move(tempName)) {}
@@ -136,7 +136,7 @@ std::pair<StagedCopy, FileDescriptor> Copier::create(Place place, const std::sha
     const bool beside = place == Place::Beside;
     std::string name = TempArea::temporaryName();
     FileDescriptor file(
-        ::openat(beside ? target->folder.get() : target->volume->area.get(), name.c_str(), flags, mode));
+        ::openat(beside ? target->folder.get() : target->volume->folderToFill(), name.c_str(), flags, mode));
     if (!file)
         fail(errno, "open");
     StagedCopy copy = beside ? StagedCopy(target, std::move(name)) : StagedCopy(*target->volume, std::move(name));

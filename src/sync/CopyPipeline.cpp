@@ -2,6 +2,9 @@
 
 #include "platform/Durability.h"
 
+#include <system_error>
+#include <utility>
+
 namespace {
 
 constexpr std::size_t batchFiles = 1000;
@@ -76,7 +79,16 @@ void CopyPipeline::start() {
     if (filling.items.empty())
         return;
     underWay = std::exchange(filling, {});
-    result = std::async(std::launch::async, [this] { return flushAndPublish(underWay); });
+    for (TempVolume *volume : underWay.volumes)
+        volume->turn();
+    try {
+        result = std::async(std::launch::async, [this] { return flushAndPublish(underWay); });
+    } catch (const std::system_error &) {
+        // No thread to be had: slower, but just as safe.
+        std::promise<int> now;
+        now.set_value(flushAndPublish(underWay));
+        result = now.get_future();
+    }
 }
 
 bool CopyPipeline::isDone() const {

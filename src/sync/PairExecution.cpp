@@ -328,7 +328,7 @@ bool PairExecution::isBackupGone(int error) const {
     try {
         const FileDescriptor folder = OpenBelow::folder(backup.descriptor(), {});
         const TempVolume &volume = context.temp.volumeOf(folder.get());
-        return !DriveProbe::canWrite(volume.isBeside() ? folder.get() : volume.area.get());
+        return !DriveProbe::canWrite(volume.isBeside() ? folder.get() : volume.folderToFill());
     } catch (const std::system_error &) {
         return true;
     }

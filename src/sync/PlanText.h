@@ -1,8 +1,13 @@
 #pragma once
 
+#include "base/Text.h"
+#include "store/Locations.h"
+#include "sync/SyncJob.h"
+
 #include <QString>
 
-/// The sentences of a plan that are also needed when a copy is decided anew. `path` is relative to the pair's folders.
+/// The sentences of a plan that are also needed when a copy is decided anew, and those about a pair for which none can be
+/// made. `path` is relative to the pair's folders.
 namespace PlanText {
 
 inline QString keptNewer(const QString &path) {
@@ -20,6 +25,14 @@ inline QString fileInTheWay(const QString &path) {
 inline QString sameNameHere(const QString &path) {
     return path + QStringLiteral(" — another item here has the same name once capital letters are ignored; rename one "
                                  "of them");
+}
+
+inline QString originalMissing(const SyncJob &job) {
+    return job.name + QStringLiteral(": the folder is missing on the drive (") + Text::fromPath(job.original) + u')';
+}
+
+inline QString backupUnavailable(const SyncJob &job) {
+    return job.name + QStringLiteral(": the backup folder isn't available (") + Locations::tildePath(job.backup) + u')';
 }
 
 } // namespace PlanText

@@ -4,6 +4,7 @@
 #include "store/Locations.h"
 #include "sync/Leftovers.h"
 #include "sync/PairExecution.h"
+#include "sync/PlanText.h"
 #include "sync/PlannedJob.h"
 #include "sync/Planner.h"
 #include "sync/SpaceCheck.h"
@@ -85,7 +86,13 @@ void SyncRunner::planAll() {
             return;
         reporter.progress.pairName = job.name;
         reporter.emitNow();
-        plan(job);
+        try {
+            plan(job);
+        } catch (const std::exception &error) {
+            // Nothing that can be foreseen comes here but a lack of memory; the other pairs may be smaller.
+            run.errors.push_back(job.name + QStringLiteral(": ") + Text::fromBytes(error.what()));
+            run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1});
+        }
     }
 }
 
@@ -94,15 +101,12 @@ void SyncRunner::plan(const SyncJob &job) {
     entry.job = &job;
     entry.original = openedIfFolder(job.original);
     if (!entry.original.isOpen())
-        return turnAway(job, QStringLiteral(": the folder is missing on the drive (") + Text::fromPath(job.original),
-                        QStringLiteral("Folder not found on the drive"));
+        return turnAway(job, PlanText::originalMissing(job), QStringLiteral("Folder not found on the drive"));
     entry.backup = openedIfFolder(job.backup);
     if (!entry.backup.isOpen()) {
         entry.backupParent = openedIfFolder(job.backup.parent_path());
         if (!entry.backupParent.isOpen())
-            return turnAway(job,
-                            QStringLiteral(": the backup folder isn't available (") + Locations::tildePath(job.backup),
-                            QStringLiteral("Backup folder not available"));
+            return turnAway(job, PlanText::backupUnavailable(job), QStringLiteral("Backup folder not available"));
         entry.backup = FolderAnchor::missing(job.backup);
     }
     Planner planner(job.rules, token, [this] {
@@ -114,7 +118,7 @@ void SyncRunner::plan(const SyncJob &job) {
 }
 
 void SyncRunner::turnAway(const SyncJob &job, const QString &line, const QString &note) {
-    run.errors.push_back(job.name + line + u')');
+    run.errors.push_back(line);
     run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1, .note = note});
 }
 
@@ -148,7 +152,12 @@ void SyncRunner::executeAll() {
     for (PlannedJob &job : planned) {
         if (token.isCancelled() || run.fatal)
             break;
-        PairExecution(job, {run, reporter, token, temp, releaseOriginals}).carryOut();
+        try {
+            PairExecution(job, {run, reporter, token, temp, releaseOriginals}).carryOut();
+        } catch (const std::exception &error) {
+            run.errors.push_back(job.job->name + QStringLiteral(": ") + Text::fromBytes(error.what()));
+            run.pairResults.push_back({.pairID = job.job->pairID, .name = job.job->name, .errors = 1});
+        }
         job.original.close();
         job.backup.close();
     }

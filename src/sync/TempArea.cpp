@@ -26,6 +26,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view folderPrefix = "NSIRD_TarnwickBasic_";
 constexpr std::string_view companionPrefix = "._NSIRD_TarnwickBasic_";
 constexpr std::string_view asidePrefix = ".tw-old-";
+constexpr std::array halfNames = {"0", "1"};
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// A folder that only this user can have prepared; anything else in its place is refused.
@@ -185,6 +186,11 @@ TempVolume &TempArea::volumeOf(int targetFolder) {
         std::string name;
         volume.area = makeLocked(place.get(), name);
         volume.path = path / name;
+        for (std::size_t i = 0; volume.area && i < halfNames.size(); ++i) {
+            volume.halves[i] = makeOwn(volume.area.get(), halfNames[i]);
+            if (!volume.halves[i])
+                volume.area.reset();
+        }
     };
     const auto fits = [&](const Path &path) {
         return std::none_of(trees.begin(), trees.end(),
@@ -207,7 +213,10 @@ void TempArea::cleanup() {
     for (const auto &[id, volume] : volumes) {
         if (!volume.area)
             continue;
-        removeFiles(volume.area.get());
+        for (std::size_t i = 0; i < halfNames.size(); ++i) {
+            removeFiles(volume.halves[i].get());
+            ::unlinkat(volume.area.get(), halfNames[i], AT_REMOVEDIR);
+        }
         ::rmdir(volume.path.c_str());
     }
     volumes.clear();

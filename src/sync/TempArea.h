@@ -4,6 +4,7 @@
 #include "platform/Durability.h"
 #include "platform/Mover.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
@@ -15,10 +16,17 @@
 struct TempVolume {
     FileDescriptor area;        ///< the locked temporary folder; not open where none could be made
     std::filesystem::path path; ///< of the temporary folder
+    /// Two folders in it, used in turn: one is being filled while the copies in the other are moved out, and the two never
+    /// wait for each other in the kernel.
+    std::array<FileDescriptor, 2> halves;
+    std::size_t filling = 0;
     FileDescriptor anywhere;    ///< some open folder of the volume, for flushing it
     dev_t device = 0;
     Durability::Method durability = Durability::Method::EachFile;
     Mover mover; ///< for whoever publishes; one thread at a time
+
+    int folderToFill() const { return halves[filling].get(); }
+    void turn() { filling = 1 - filling; }
 
     /// Whether copies go beside their targets.
     bool isBeside() const { return !area || refusesRename; }

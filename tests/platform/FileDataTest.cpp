@@ -206,7 +206,9 @@ TEST(FileData, UserAttributesGoAlongBeforeAReadOnlyMode) {
         testing::ExitedWithCode(0), "");
     EXPECT_EQ(attribute(tree / "b", "user.colour"), std::string("red\0blue", 8));
     EXPECT_EQ(attribute(tree / "b", "user.empty"), "");
-    EXPECT_EQ(attribute(tree / "b", "trusted.tarnwick"), "none");
+    copyAttributes(tree / "a", factsAt(tree / "a"), tree / "c");
+    EXPECT_EQ(attribute(tree / "c", "user.colour"), std::string("red\0blue", 8));
+    EXPECT_EQ(attribute(tree / "c", "trusted.tarnwick"), "none") << "not even when root copies";
 }
 
 TEST(FileData, AnUnwritableModeDoesNotKeepTheCopyFromBeingMade) {

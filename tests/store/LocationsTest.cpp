@@ -137,6 +137,7 @@ TEST_F(LocationsInATestRoot, AnUnreadableOneDriveFolderIsNone) {
             std::_Exit(Locations::oneDriveRoots() == std::vector{home() / "OneDrive-open"} ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+    ::chmod((home() / "OneDrive-shut").c_str(), 0755);
 }
 
 TEST_F(LocationsInATestRoot, RelativePath) {
@@ -158,6 +159,7 @@ TEST_F(LocationsInATestRoot, RelativePath) {
         {"above", "/m", "/m/drive", std::nullopt},
         {"only the name begins alike", "/m/drive2/a", "/m/drive", std::nullopt},
         {"below the root folder", "/m/a", "/", "m/a"},
+        {"as given before standardising", "/m/drive/x/../a", "/m/drive", "x/../a"},
         {"standardised", "/m/x/.././drive//a", "/m/drive", "a"},
         {"standardised base", "/m/drive/a", "/m//x/../drive", "a"},
         {"the same after standardising", "/m/./drive", "/m/drive", ""},
@@ -195,7 +197,6 @@ TEST_F(LocationsInATestRoot, VolumeIsTheInnermostDriveElseThisMac) {
         {home() / "Photos", thisMac()},
         {home() / "none/below", thisMac()},
         {home(), std::nullopt},
-        {home() / "Photos/..", std::nullopt},
         {tree / "root/Homework", std::nullopt},
         {tree / "root", std::nullopt},
     };

@@ -28,6 +28,7 @@ TEST(IgnoreRules, OwnTemporaries) {
                     {"notes.TWTMP", Verdict::Skip},
                     {"\u00C4.TwTmp", Verdict::Skip},
                     {"notes.twtmp.txt", Verdict::Keep},
+                    {"notes.twtmp.zip", Verdict::Keep},
                     {"notestwtmp", Verdict::Keep},
                     {"notes.tmp", Verdict::Keep}});
 }
@@ -50,6 +51,7 @@ TEST(IgnoreRules, HiddenAndOffice) {
                     {"~\u00DC.tMp", Verdict::Skip},
                     {"~\xFF.tmp", Verdict::Skip},
                     {"~x.tmp.txt", Verdict::Keep},
+                    {"~x.tmp.zip", Verdict::Keep},
                     {"~xtmp", Verdict::Keep},
                     {"x~.tmp", Verdict::Keep},
                     {"~report.docx", Verdict::Keep},

@@ -155,6 +155,7 @@ TEST_P(FoldedNameTest, MatchesOrNot) {
 INSTANTIATE_TEST_SUITE_P(
     Names, FoldedNameTest,
     testing::Values(FoldRow{"capital letters", "ReadMe.txt", "readme.TXT", true},
+                    FoldRow{"first letter", "A", "a", true}, FoldRow{"last letter", "Z", "z", true},
                     FoldRow{"other name", "readme.txt", "readme.txt2", false},
                     FoldRow{"brackets are no letters", "a[b", "a{b", false},
                     FoldRow{"at sign is no letter", "@", "`", false},

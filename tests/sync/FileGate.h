@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// Holds up every opening and every reading of the files in some folders until the test has answered, so that a test
+/// acts at an exact point of a copy: nothing has to be timed. Needs root.
+class FileGate {
+  public:
+    enum class Event { Open, Read };
+    /// Called on a thread of its own while the event waits; `name` is the file's. Must not touch the files of the
+    /// folders itself. Answers 0 to let the event go on, or the errno with which it is to fail.
+    using Answer = std::function<int(Event event, const std::string &name)>;
+
+    /// Failures throw std::system_error.
+    FileGate(const std::vector<std::filesystem::path> &folders, Answer answerToEvent);
+    FileGate(const FileGate &) = delete;
+    FileGate &operator=(const FileGate &) = delete;
+    /// Lets everything go on again.
+    ~FileGate();
+
+    /// Why there can be no gate here, for GTEST_SKIP; none when there can. Letting events fail takes a newer kernel.
+    static std::optional<std::string> whyNot();
+    static std::optional<std::string> whyNotFail();
+
+  private:
+    void serve();
+
+    Answer answer;
+    FileDescriptor group;
+    FileDescriptor stop; // an eventfd
+    std::thread server;
+};

@@ -1,0 +1,171 @@
+#include "sync/RunUnderTest.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+
+namespace RunUnderTest {
+
+namespace {
+
+std::string bytes(const QString &text) { return Text::toBytes(text); }
+
+void addAll(Lines &lines, const std::string &kind, const std::vector<QString> &sentences) {
+    for (const QString &sentence : sentences)
+        lines.push_back(kind + ": " + bytes(sentence));
+}
+
+std::string counts(const SyncRun &run) {
+    std::string line = "copied " + std::to_string(run.filesCopied) + ", " + std::to_string(run.bytesCopied);
+    if (run.foldersCreated != 0)
+        line += ", folders " + std::to_string(run.foldersCreated);
+    if (run.upToDate != 0)
+        line += ", up to date " + std::to_string(run.upToDate);
+    if (run.changesOmitted != 0)
+        line += ", omitted " + std::to_string(run.changesOmitted);
+    return line + (run.cancelled ? ", cancelled" : "");
+}
+
+const SyncJob *jobOf(const std::vector<SyncJob> &jobs, const QUuid &id, const QString &name) {
+    const auto found = std::find_if(jobs.begin(), jobs.end(), [&](const SyncJob &job) { return job.pairID == id; });
+    return found != jobs.end() && found->name == name ? &*found : nullptr;
+}
+
+} // namespace
+
+Sandbox::Variable::Variable(const char *variable, const fs::path &value) : name(variable) {
+    const char *old = std::getenv(name);
+    wasSet = old != nullptr;
+    before = old ? old : "";
+    ::setenv(name, value.c_str(), 1);
+}
+
+Sandbox::Variable::~Variable() {
+    if (wasSet)
+        ::setenv(name, before.c_str(), 1);
+    else
+        ::unsetenv(name);
+}
+
+Sandbox::Sandbox(const fs::path &cacheFolder)
+    : home("HOME", top()), cache("XDG_CACHE_HOME", cacheFolder.empty() ? top() / "cache" : cacheFolder) {
+    dir("OneDrive");
+}
+
+Sandbox::~Sandbox() = default;
+
+SyncJob Sandbox::job(const std::string &name, const fs::path &backup) const {
+    return {.pairID = QUuid::createUuid(),
+            .name = Text::fromBytes(name),
+            .original = top() / name,
+            .backup = backup.empty() ? top() / "OneDrive" / name : backup,
+            .rules = {}};
+}
+
+Lines Sandbox::leftoversIn(const fs::path &folder) {
+    Lines found;
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with(".tw-") || name.find("NSIRD_") != std::string::npos)
+            found.push_back(entry.path().lexically_relative(folder));
+    }
+    return sorted(found);
+}
+
+SyncRun run(const std::vector<SyncJob> &jobs) { return run(jobs, CancelToken()); }
+
+SyncRun run(const std::vector<SyncJob> &jobs, const CancelToken &token, const ProgressReporter::Report &report) {
+    return SyncRunner(jobs, token, SyncTrigger::manual, report).perform();
+}
+
+Lines told(const SyncRun &run) {
+    Lines lines = {counts(run)};
+    addAll(lines, "error", run.errors);
+    addAll(lines, "conflict", run.conflicts);
+    addAll(lines, "newer", run.keptNewer);
+    addAll(lines, "note", run.notes);
+    for (const SkippedItem &item : run.skipped)
+        lines.push_back((item.kind == SkipKind::name ? "skip name " : "skip type ") + bytes(item.relPath) + ": " +
+                        bytes(item.detail));
+    for (const ChangeRecord &change : run.changes)
+        lines.push_back((change.kind == ChangeKind::added ? "added " : "updated ") + bytes(change.relPath) + ' ' +
+                        std::to_string(change.size));
+    for (const PairResult &pair : run.pairResults)
+        lines.push_back("pair " + bytes(pair.name) + ": " + std::to_string(pair.copied) + ", " +
+                        std::to_string(pair.bytes) + ", " + std::to_string(pair.errors) +
+                        (pair.note ? ' ' + bytes(*pair.note) : ""));
+    if (run.fatal)
+        lines.push_back("fatal: " + bytes(*run.fatal));
+    return lines;
+}
+
+Lines sorted(Lines lines) {
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+Lines misrecorded(const SyncRun &run, const std::vector<SyncJob> &jobs) {
+    Lines wrong;
+    std::set<QUuid> ids;
+    for (const ChangeRecord &change : run.changes) {
+        const SyncJob *job = change.pairID ? jobOf(jobs, *change.pairID, change.pairName) : nullptr;
+        const fs::path rel = Text::toPath(change.relPath);
+        if (!job || !ids.insert(change.id).second || Text::toPath(change.path) != job->backup / rel ||
+            change.fromPath != Text::fromPath(job->original / rel))
+            wrong.push_back("change " + bytes(change.relPath));
+    }
+    for (const SkippedItem &item : run.skipped) {
+        const SyncJob *job = jobOf(jobs, item.pairID, item.pairName);
+        if (!job || !ids.insert(item.id).second || Text::toPath(item.path) != job->original / Text::toPath(item.relPath))
+            wrong.push_back("skip " + bytes(item.relPath));
+    }
+    for (const PairResult &pair : run.pairResults) {
+        if (!jobOf(jobs, pair.pairID, pair.name))
+            wrong.push_back("pair " + bytes(pair.name));
+    }
+    return wrong;
+}
+
+void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content, FileTime mtime,
+               std::size_t size) {
+    for (int i = 0; i < count; ++i) {
+        std::string all = content + std::to_string(i);
+        all.resize(std::max(all.size(), size), '.');
+        tree.file(folder + '/' + (i < 10 ? "0" : "") + std::to_string(i), all, mtime);
+    }
+}
+
+Lines wrongAfterStop(const SyncRun &run, const std::map<std::string, std::string> &original,
+                     const std::map<std::string, std::string> &before,
+                     const std::map<std::string, std::string> &backup) {
+    Lines wrong;
+    std::set<std::string> recorded;
+    for (const ChangeRecord &change : run.changes)
+        recorded.insert(bytes(change.relPath));
+    const auto has = [](const auto &tree, const auto &item) {
+        const auto found = tree.find(item.first);
+        return found != tree.end() && found->second == item.second;
+    };
+    for (const auto &item : backup) {
+        if (item.second == "dir")
+            continue;
+        const bool isNew = has(original, item);
+        if (!isNew && !has(before, item))
+            wrong.push_back("neither old nor new: " + item.first);
+        if ((recorded.erase(item.first) == 1) != (isNew && !has(before, item)))
+            wrong.push_back("recorded wrongly: " + item.first);
+    }
+    for (const std::string &missing : recorded)
+        wrong.push_back("recorded but not there: " + missing);
+    for (const auto &item : before) {
+        if (!backup.contains(item.first))
+            wrong.push_back("gone: " + item.first);
+    }
+    if (run.filesCopied != static_cast<std::int64_t>(run.changes.size()) + run.changesOmitted)
+        wrong.push_back("files copied: " + std::to_string(run.filesCopied));
+    return wrong;
+}
+
+} // namespace RunUnderTest
