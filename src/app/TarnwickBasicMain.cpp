@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace TarnwickBasicMain {
 
 namespace {
@@ -35,9 +38,19 @@ bool has(const std::vector<std::string> &arguments, const char *option) {
     return std::find(arguments.begin(), end, option) != end;
 }
 
+/// A standard stream that is missing would be taken by the next file that is opened, and what is printed would go there.
+void fillStandardStreams() {
+    int descriptor;
+    do
+        descriptor = ::open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    ::close(descriptor);
+}
+
 } // namespace
 
 int run(int argc, char **argv) {
+    fillStandardStreams();
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     if (const std::optional<QString> refusal = TestRoot::bootstrapFromEnvironment()) {
         Console::error(*refusal);

@@ -24,6 +24,20 @@ bool isFolder(int parent, const char *name) {
     return facts && facts->kind == FileKind::Folder;
 }
 
+/// Whether it is a regular file that stands where the folder or one above it belongs.
+bool isFileInTheWay(int backup, const PlanFolder *folder) {
+    for (; folder->parent; folder = folder->parent) {
+        try {
+            const FileDescriptor parent = OpenBelow::folder(backup, PairPlan::backupRel(folder->parent));
+            const std::optional<FileFacts> facts = lookAt(parent.get(), folder->backupName.data());
+            return facts && facts->kind == FileKind::Regular;
+        } catch (const std::system_error &) {
+            // It stands further up.
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 PairExecution::PairExecution(PlannedJob &plannedJob, const RunContext &run)
@@ -112,7 +126,8 @@ std::shared_ptr<const TargetFolder> PairExecution::targetFolder(const PlanFolder
         try {
             target->folder = OpenBelow::folder(planned.backup.descriptor(), relative);
         } catch (const std::system_error &error) {
-            if (error.code().value() == ELOOP)
+            const bool isStopped = error.code().value() == ELOOP || error.code().value() == ENOTDIR;
+            if (isStopped && !isFileInTheWay(planned.backup.descriptor(), folder))
                 throw CopyError(QLatin1String(inTheWay));
             if (error.code().value() != ENOENT)
                 throw;

@@ -28,10 +28,12 @@ Program ProgramTest::backUp(const std::vector<std::string> &options) const {
 
 std::vector<std::string> ProgramTest::leftovers() const {
     std::vector<std::string> found;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(tree.top())) {
-        const std::string name = entry.path().filename();
-        if (name.starts_with(".tw-") || name.find("NSIRD_") != std::string::npos)
-            found.push_back(entry.path().lexically_relative(tree.top()));
+    for (const char *side : {"OneDrive", "home"}) {
+        for (const fs::directory_entry &entry : fs::recursive_directory_iterator(tree / side)) {
+            const std::string name = entry.path().filename();
+            if (name.starts_with(".tw-") || name.find("NSIRD_") != std::string::npos)
+                found.push_back(entry.path().lexically_relative(tree.top()));
+        }
     }
     return found;
 }
@@ -67,12 +69,17 @@ std::string Untouched::factsOf(const fs::path &path) {
 }
 
 void Untouched::expectUntouched() const {
+    std::map<fs::path, std::string> now;
     for (const auto &[item, facts] : before)
-        EXPECT_EQ(factsOf(item), facts) << item;
-    std::size_t count = 1;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(top)) {
-        EXPECT_TRUE(before.contains(entry.path())) << entry.path();
-        ++count;
+        now[item] = factsOf(item);
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(top))
+        now.try_emplace(entry.path(), "new");
+    std::string changes;
+    for (const auto &[item, facts] : now) {
+        const auto old = before.find(item);
+        if (old == before.end() || old->second != facts)
+            changes +=
+                item.native() + ": " + (old == before.end() ? "" : old->second) + " -> " + facts + '\n';
     }
-    EXPECT_EQ(count, before.size());
+    EXPECT_EQ(changes.substr(0, 1000), "");
 }

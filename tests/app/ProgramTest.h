@@ -21,7 +21,7 @@ class ProgramTest : public testing::Test {
     /// The program with these arguments alone.
     Program program(const std::vector<std::string> &arguments) const;
 
-    /// What of this program's is left anywhere in the tree but the empty folder of the cache.
+    /// What temporary of this program's is left in the backup and in the home folder.
     std::vector<std::string> leftovers() const;
 
     /// A run record as it was printed, which must be nothing but that.

@@ -21,8 +21,8 @@ class Mutator {
 
   private:
     std::size_t below(std::size_t limit) { return limit == 0 ? 0 : random() % limit; }
-    qsizetype position(const QByteArray &bytes) {
-        return static_cast<qsizetype>(below(static_cast<std::size_t>(bytes.size())));
+    qsizetype position(const auto &list) {
+        return static_cast<qsizetype>(below(static_cast<std::size_t>(list.size())));
     }
 
     void damage(QByteArray &bytes) {
@@ -55,40 +55,21 @@ class Mutator {
 
     /// Puts another token in the place of the value behind the next colon.
     void replaceValue(QByteArray &bytes, qsizetype at) {
-        static constexpr std::array<const char *, 24> tokens = {"true",
-                                                                "false",
-                                                                "null",
-                                                                "0",
-                                                                "1.0",
-                                                                "1e3",
-                                                                "1.5",
-                                                                "-9223372036854775808",
-                                                                "-9223372036854775809",
-                                                                "9223372036854775807",
-                                                                "9223372036854775808",
-                                                                "1e999",
-                                                                "\"\"",
-                                                                "\"manual\"",
-                                                                "\"updated\"",
-                                                                "\"type\"",
-                                                                R"("\ud800")",
-                                                                R"("\udc00\ud800")",
-                                                                R"("\ufeff\u0000")",
-                                                                "\"0001-01-01T00:00:00Z\"",
-                                                                "\"9999-12-31T23:59:59+00:00\"",
-                                                                "[]",
-                                                                "{}",
-                                                                "\"abcdefAB-0000-0000-0000-000000000000\""};
+        static const QList<QByteArray> tokens =
+            QByteArray(
+                R"(true|null|1.0|1e3|1.5|-9223372036854775808|9223372036854775808|1e999|""|"manual"|"updated"|[]|{}|)"
+                R"("\ud800"|"\udc00\ud800"|"\ufeff\u0000"|"0001-01-01T00:00:00Z"|"9999-12-31T23:59:59+00:00")")
+                .split('|');
         const qsizetype colon = bytes.indexOf(" : ", at);
         if (colon < 0)
             return;
         const qsizetype from = colon + 3;
         const qsizetype end = std::min(bytes.indexOf('\n', from), bytes.indexOf(',', from));
-        bytes.replace(from, std::max<qsizetype>(end - from, 0), tokens[below(tokens.size())]);
+        bytes.replace(from, std::max<qsizetype>(end - from, 0), tokens[position(tokens)]);
     }
 
     void nest(QByteArray &bytes, qsizetype at) {
-        static constexpr std::array<const char *, 3> openers = {"[", "{\"k\":", "[{\"pairs\":"};
+        static constexpr std::array openers = {"[", "{\"k\":", "[{\"pairs\":"};
         const auto depth = static_cast<qsizetype>(below(8) == 0 ? 3000 : below(20));
         bytes.insert(at, QByteArray(openers[below(openers.size())]).repeated(depth));
     }
@@ -96,74 +77,30 @@ class Mutator {
     std::mt19937 random;
 };
 
-/// How many of the damaged documents were read, and how many refused.
-struct Tally {
-    int read = 0;
-    int refused = 0;
-};
-
 template <typename T>
-Tally hammer(const T &record, int mutations, std::uint32_t seed) {
+void expectReadOrRefused(const T &record) {
+    constexpr int mutations = 15'000;
     const QByteArray valid = Json::toBytes(record);
-    Mutator mutator(seed);
-    Tally tally;
+    Mutator mutator(20260901);
+    EXPECT_TRUE(Json::fromBytes<T>(valid) == record);
+    int refused = 0;
     for (int i = 0; i < mutations; ++i) {
         const QByteArray damaged = mutator.damaged(valid);
         try {
             const T first = Json::fromBytes<T>(damaged);
             EXPECT_TRUE(Json::fromBytes<T>(Json::toBytes(first)) == first) << damaged.constData();
-            ++tally.read;
         } catch (const JsonError &) {
-            ++tally.refused;
+            ++refused;
         }
     }
-    return tally;
-}
-
-template <typename T>
-class DamagedDocumentTest : public testing::Test {};
-
-template <typename T>
-T sample();
-template <>
-FolderPair sample() {
-    return Sample::folderPair();
-}
-template <>
-AppConfig sample() {
-    return Sample::appConfig();
-}
-template <>
-ChangeRecord sample() {
-    return Sample::change();
-}
-template <>
-PairResult sample() {
-    return Sample::pairResult();
-}
-template <>
-SkippedItem sample() {
-    return Sample::skippedItem();
-}
-template <>
-SyncRun sample() {
-    return Sample::syncRun();
-}
-template <>
-std::vector<SyncRun> sample() {
-    return {Sample::syncRun(), SyncRun()};
-}
-
-using Documents = testing::Types<FolderPair, AppConfig, ChangeRecord, PairResult, SkippedItem, SyncRun,
-                                 std::vector<SyncRun>>;
-TYPED_TEST_SUITE(DamagedDocumentTest, Documents);
-
-TYPED_TEST(DamagedDocumentTest, IsReadOrRefusedAndReadsBackAsWritten) {
-    constexpr int mutations = 5000;
-    const Tally tally = hammer(sample<TypeParam>(), mutations, 20260901);
     // Both ways must be well trodden, or the mutations are too weak or too wild to find anything.
-    EXPECT_GT(tally.read, mutations / 50);
-    EXPECT_GT(tally.refused, mutations / 4);
+    EXPECT_GT(refused, mutations / 4);
+    EXPECT_LT(refused, mutations - mutations / 50);
+}
+
+TEST(DamagedDocument, IsReadOrRefusedAndReadsBackAsWritten) {
+    expectReadOrRefused(Sample::appConfig());
+    expectReadOrRefused(std::vector{Sample::syncRun(), SyncRun()});
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <system_error>
 
@@ -30,11 +31,6 @@ std::string nameOf(int file) {
     return fs::read_symlink("/proc/self/fd/" + std::to_string(file), error).filename().native();
 }
 
-std::uint32_t responseFor(int error) {
-    constexpr int errorShift = 24; // FAN_DENY_ERRNO, which Debian 12's headers do not have
-    return error == 0 ? std::uint32_t{FAN_ALLOW} : FAN_DENY | static_cast<std::uint32_t>(error) << errorShift;
-}
-
 } // namespace
 
 FileGate::FileGate(const std::vector<fs::path> &folders, Answer answerToEvent)
@@ -52,6 +48,19 @@ FileGate::~FileGate() {
         server.join();
 }
 
+void FileGate::respond(int event, int error) const {
+    constexpr int errorShift = 24; // FAN_DENY_ERRNO, which Debian 12's headers do not have
+    fanotify_response response = {event, FAN_ALLOW};
+    if (error != 0)
+        response.response = FAN_DENY | static_cast<std::uint32_t>(error) << errorShift;
+    if (::write(group.get(), &response, sizeof response) == sizeof response)
+        return;
+    // An older kernel knows no reasons. An event without any answer would wait for ever.
+    response.response = FAN_DENY;
+    if (::write(group.get(), &response, sizeof response) != sizeof response)
+        std::abort();
+}
+
 void FileGate::serve() {
     pollfd sources[] = {{group.get(), POLLIN, 0}, {stop.get(), POLLIN, 0}};
     while (::poll(sources, 2, -1) > 0 && sources[1].revents == 0) {
@@ -61,9 +70,7 @@ void FileGate::serve() {
         for (; FAN_EVENT_OK(event, left); event = FAN_EVENT_NEXT(event, left)) {
             const FileDescriptor file(event->fd);
             const Event kind = event->mask & FAN_OPEN_PERM ? Event::Open : Event::Read;
-            const fanotify_response response = {event->fd, responseFor(answer(kind, nameOf(event->fd)))};
-            if (::write(group.get(), &response, sizeof response) != sizeof response)
-                return; // closing the group lets everything go on
+            respond(event->fd, answer(kind, nameOf(event->fd)));
         }
     }
 }
@@ -90,5 +97,6 @@ std::optional<std::string> FileGate::whyNotFail() {
             error = errno;
     }
     fs::remove_all(folder);
-    return error == EIO ? std::nullopt : std::optional<std::string>("the kernel can't let a file fail with EIO");
+    return error == EIO ? std::nullopt
+                        : std::optional<std::string>("the kernel can't let a file fail with EIO");
 }

@@ -9,13 +9,13 @@
 #include <thread>
 #include <vector>
 
-/// Holds up every opening and every reading of the files in some folders until the test has answered, so that a test
-/// acts at an exact point of a copy: nothing has to be timed. Needs root.
+/// Holds up every opening and every reading of the files in some folders until the test has answered, so that
+/// a test acts at an exact point of a copy: nothing has to be timed. Needs root.
 class FileGate {
   public:
     enum class Event { Open, Read };
-    /// Called on a thread of its own while the event waits; `name` is the file's. Must not touch the files of the
-    /// folders itself. Answers 0 to let the event go on, or the errno with which it is to fail.
+    /// Called on a thread of its own while the event waits; `name` is the file's. Must not touch the files of
+    /// the folders itself. Answers 0 to let the event go on, or the errno with which it is to fail.
     using Answer = std::function<int(Event event, const std::string &name)>;
 
     /// Failures throw std::system_error.
@@ -25,12 +25,14 @@ class FileGate {
     /// Lets everything go on again.
     ~FileGate();
 
-    /// Why there can be no gate here, for GTEST_SKIP; none when there can. Letting events fail takes a newer kernel.
+    /// Why there can be no gate here, for GTEST_SKIP; none when there can. Letting events fail takes a newer
+    /// kernel.
     static std::optional<std::string> whyNot();
     static std::optional<std::string> whyNotFail();
 
   private:
     void serve();
+    void respond(int event, int error) const;
 
     Answer answer;
     FileDescriptor group;

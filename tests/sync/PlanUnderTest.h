@@ -14,27 +14,24 @@ namespace PlanUnderTest {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-/// A folder that is missing, or is none, counts as missing, as in a run.
+/// A backup folder that is missing counts as missing, as in a run.
 PairPlan planOf(
     const fs::path &original, const fs::path &backup, const std::function<void()> &onFile = [] {},
-    const CancelToken &token = CancelToken(), const SyncRules &rules = {});
+    const CancelToken &token = CancelToken());
 
 /// Everything that the plan holds, in the order of the plan: "folder REL > TARGET", "added REL > TARGET:
-/// SIZE@SECONDS", "updated REL > TARGET: SIZE@SECONDS over SIZE@SECONDS", "skip REL DETAIL", the sentences,
-/// "temp REL", and the counts that are not 0. Targets are relative to the backup folder, seconds to
-/// `someTime`.
+/// SIZE@SECONDS", "updated REL > TARGET: SIZE@SECONDS over SIZE@SECONDS", "skip KIND REL | DETAIL", the sentences,
+/// "temp REL", and the counts that are not 0. Targets are relative to the backup folder, seconds to `someTime`.
 Lines told(const PairPlan &plan);
 
 /// The lines in the order of their bytes: for plans of folders whose order is the file system's affair.
 Lines sorted(Lines lines);
 
-/// The names in a folder in the order in which the file system delivers them.
-Lines deliveryOrder(const fs::path &folder);
-
-/// What `act` returns in a child process without the rights of root; none when the child did not get that
-/// far. Folders that `act` needs must be open to everyone.
-std::optional<std::string> asOrdinaryUser(const std::function<std::string()> &act);
+/// What `act` returns in a child process; none when the child did not get that far.
 std::optional<std::string> inChild(const std::function<std::string()> &act);
+
+/// The same without the rights of root. Folders that `act` needs must be open to everyone.
+std::optional<std::string> asOrdinaryUser(const std::function<std::string()> &act);
 
 /// The lines as one text, for handing them out of a child.
 std::string text(const Lines &lines);

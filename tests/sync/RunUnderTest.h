@@ -11,7 +11,8 @@ namespace RunUnderTest {
 
 using Lines = std::vector<std::string>;
 
-/// A tree that is the home folder and holds the cache folder for as long as it lives. Folders are relative to its top.
+/// A tree that is the home folder and holds the cache folder for as long as it lives. Folders are relative to
+/// its top.
 class Sandbox : public TestTree {
   public:
     /// The cache folder, and with it the temporary area, is `cacheFolder`; by default "cache" in the tree.
@@ -44,26 +45,34 @@ class Sandbox : public TestTree {
 };
 
 SyncRun run(const std::vector<SyncJob> &jobs);
-SyncRun run(const std::vector<SyncJob> &jobs, const CancelToken &token,
-            const ProgressReporter::Report &report = [](const SyncProgress &) {});
+SyncRun run(
+    const std::vector<SyncJob> &jobs, const CancelToken &token,
+    const ProgressReporter::Report &report = [](const SyncProgress &) {});
 
-/// Everything that a record holds but its dates and ids: "copied FILES, BYTES" with what else is not 0, the sentences
-/// with "error: ", "conflict: ", "newer: ", "note: " and "fatal: ", "pair NAME: COPIED, BYTES, ERRORS NOTE", "added REL
-/// SIZE" and "skip name REL: DETAIL".
+/// Everything that a record holds but its dates and ids: "copied FILES, BYTES" with what else is not 0, the
+/// sentences with "error: ", "conflict: ", "newer: ", "note: " and "fatal: ", "pair NAME: COPIED, BYTES,
+/// ERRORS NOTE", "added REL SIZE" and "skip name REL: DETAIL".
 Lines told(const SyncRun &run);
 Lines sorted(Lines lines);
 
-/// What is wrong with the paths and ids of the changes and skipped items of a run of `jobs`; empty when nothing is.
+/// What is wrong with the paths and ids of the changes and skipped items of a run of `jobs`; empty when
+/// nothing is.
 Lines misrecorded(const SyncRun &run, const std::vector<SyncJob> &jobs);
 
-/// `count` files of `size` bytes, "FOLDER/00", "FOLDER/01" and so on, their contents beginning with `content`.
-void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content, FileTime mtime,
-               std::size_t size = 40);
+/// `count` files of `size` bytes, "FOLDER/00", "FOLDER/01" and so on, their contents beginning with
+/// `content`.
+void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content,
+               FileTime mtime, std::size_t size = 40);
 
-/// What a stopped run may have left: every file of the backup is as it was `before` or as in the original, and the run
-/// recorded exactly those that changed. Returns what is wrong.
+/// What a stopped run may have left: every file of the backup is as it was `before` or as in the original,
+/// and the run recorded exactly those that changed. Returns what is wrong.
 Lines wrongAfterStop(const SyncRun &run, const std::map<std::string, std::string> &original,
                      const std::map<std::string, std::string> &before,
                      const std::map<std::string, std::string> &backup);
+
+/// From now on the kernel refuses a rename between two different open folders: renameat() with `plain`,
+/// renameat2() with `exclusive` (0: it is let through). There is no way back, so only for a forked child.
+/// Failures throw.
+void refuseRenameAcross(int plain, int exclusive);
 
 } // namespace RunUnderTest

@@ -1,7 +1,8 @@
+#include "sync/SpaceCheck.h"
+
 #include "base/Text.h"
 #include "support/LoopMount.h"
 #include "support/TestTree.h"
-#include "sync/SpaceCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,9 @@ constexpr std::int64_t margin = 314'572'800;
 PairPlan planOf(const fs::path &backup, const std::vector<std::int64_t> &sizes) {
     PairPlan plan("/original", backup);
     for (const std::int64_t size : sizes) {
-        PlannedCopy copy{.folder = plan.top(), .name = "file", .targetName = "file", .size = std::abs(size)};
+        PlannedCopy copy;
+        copy.folder = plan.top();
+        copy.size = std::abs(size);
         if (size < 0)
             copy.replaces = plan.store(FileVersion{1, someTime});
         plan.copies.push_back(copy);
@@ -23,8 +26,14 @@ PairPlan planOf(const fs::path &backup, const std::vector<std::int64_t> &sizes) 
 
 TEST(SpaceNeed, IsTheNewFilesAndOnceMoreTheLargestCopy) {
     const std::vector<std::pair<std::vector<std::int64_t>, std::int64_t>> rows = {
-        {{}, 0},           {{0}, 0},        {{10}, 20},          {{-10}, 10},
-        {{10, 20, 5}, 55}, {{-10, -20}, 20}, {{10, -20, 5}, 35}, {{10, -5}, 20},
+        {{}, 0},
+        {{0}, 0},
+        {{10}, 20},
+        {{-10}, 10},
+        {{10, 20, 5}, 55},
+        {{-10, -20}, 20},
+        {{10, -20, 5}, 35},
+        {{10, -5}, 20},
         {{4'000'000'000, -5'000'000'000}, 9'000'000'000},
     };
     for (const auto &[sizes, need] : rows)
@@ -37,7 +46,8 @@ class SpaceTest : public testing::Test {
     void SetUp() override {
         if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
             GTEST_SKIP() << *reason;
-        drive.emplace(LoopMount::Options{.type = LoopMount::Type::Tmpfs, .size = 1'200'000'000, .name = "Backup Drive"});
+        drive.emplace(LoopMount::Options{
+            .type = LoopMount::Type::Tmpfs, .size = 1'200'000'000, .name = "Backup Drive"});
         free = SpaceCheck::freeSpace(drive->top()).value_or(0);
     }
 
@@ -57,8 +67,9 @@ class SpaceTest : public testing::Test {
 };
 
 TEST_F(SpaceTest, OneGigabyteIsRefusedOnOnePointTwo) {
-    EXPECT_EQ(problem({{500'000'000}}), QStringLiteral("Not enough free space on “Backup Drive”: this sync needs about 1 GB "
-                                                       "but only 1.2 GB is free."));
+    EXPECT_EQ(problem({{500'000'000}}),
+              QStringLiteral("Not enough free space on “Backup Drive”: this sync needs about 1 GB "
+                             "but only 1.2 GB is free."));
     EXPECT_EQ(problem({{400'000'000}}), std::nullopt);
     EXPECT_EQ(problem({{-800'000'000, -800'000'000, -800'000'000}}), std::nullopt);
 }

@@ -1,19 +1,14 @@
+#include "sync/Swap.h"
+
 #include "platform/FolderAnchor.h"
 #include "sync/CopyError.h"
 #include "sync/PlanUnderTest.h"
 #include "sync/RunUnderTest.h"
-#include "sync/Swap.h"
 
 #include <cerrno>
-#include <cstddef>
 #include <gtest/gtest.h>
-#include <iterator>
 
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 
 namespace {
 
@@ -40,8 +35,8 @@ class SwapTree : public TestTree {
         std::string outcome;
         try {
             Mover mover;
-            outcome = nameOf(Swap::intoPlace(mover, {area.descriptor(), "copy"}, {target.descriptor(), "file"}, original,
-                                             planned, rules));
+            outcome = nameOf(Swap::intoPlace(mover, {area.descriptor(), "copy"},
+                                             {target.descriptor(), "file"}, original, planned, rules));
         } catch (const std::system_error &error) {
             outcome = "errno " + std::to_string(error.code().value());
         } catch (const CopyError &error) {
@@ -97,7 +92,8 @@ TEST_P(SwapTest, DecidesByWhatStandsThereNow) {
     for (const FileVersion *expected : {static_cast<const FileVersion *>(nullptr), &planned}) {
         SwapTree tree;
         GetParam().stands(tree);
-        EXPECT_EQ(tree.swap(expected, GetParam().rules), expected ? GetParam().whenUpdate : GetParam().whenNew);
+        EXPECT_EQ(tree.swap(expected, GetParam().rules),
+                  expected ? GetParam().whenUpdate : GetParam().whenNew);
     }
 }
 
@@ -109,33 +105,44 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"Nothing", [](SwapTree &) {}, "added, moved", "added, moved"},
         Row{"WhatThePlanSaw", fileWith("before", someTime), "updated, moved", "updated, moved"},
         Row{"AnotherOldVersion", fileWith("other", later(someTime, 50)), "updated, moved", "updated, moved"},
-        Row{"AnEvenOlderVersion", fileWith("before", later(someTime, -50)), "updated, moved", "updated, moved"},
-        Row{"SameDateAnotherSize", fileWith("longer than before", copyTime), "updated, moved", "updated, moved"},
+        Row{"AnEvenOlderVersion", fileWith("before", later(someTime, -50)), "updated, moved",
+            "updated, moved"},
+        Row{"SameDateAnotherSize", fileWith("longer than before", copyTime), "updated, moved",
+            "updated, moved"},
         Row{"TheSameVersion", fileWith(sameSize, copyTime), "up to date", "up to date"},
         Row{"TheSameAtTheToleranceAfter", fileWith(sameSize, afterCopy(2)), "up to date", "up to date"},
         Row{"TheSameAtTheToleranceBefore", fileWith(sameSize, afterCopy(-2)), "up to date", "up to date"},
-        Row{"NewerJustBeyondTheTolerance", fileWith(sameSize, afterCopy(2, 1000)), "kept newer", "kept newer"},
+        Row{"NewerJustBeyondTheTolerance", fileWith(sameSize, afterCopy(2, 1000)), "kept newer",
+            "kept newer"},
         Row{"OlderJustBeyondTheTolerance", fileWith(sameSize, afterCopy(-3, 999'999'000)), "updated, moved",
             "updated, moved"},
         Row{"NewerWithAnotherSize", fileWith("", afterCopy(50)), "kept newer", "kept newer"},
         Row{"NewerWithTheSizeThatThePlanSaw", fileWith("before", afterCopy(50)), "kept newer", "kept newer"},
         Row{"AnHourNewer", fileWith(sameSize, afterCopy(3600)), "kept newer", "kept newer"},
-        Row{"AnHourNewerOnFat", fileWith(sameSize, afterCopy(3600)), "up to date", "up to date", {.fatTimeQuirk = true}},
-        Row{"AFolder", [](SwapTree &tree) { tree.file("target/file/inside"); }, "folder in the way", "folder in the way"},
-        Row{"AnEmptyFolder", [](SwapTree &tree) { tree.dir("target/file"); }, "folder in the way", "folder in the way"},
+        Row{"AnHourNewerOnFat",
+            fileWith(sameSize, afterCopy(3600)),
+            "up to date",
+            "up to date",
+            {.fatTimeQuirk = true}},
+        Row{"AFolder", [](SwapTree &tree) { tree.file("target/file/inside"); }, "folder in the way",
+            "folder in the way"},
+        Row{"AnEmptyFolder", [](SwapTree &tree) { tree.dir("target/file"); }, "folder in the way",
+            "folder in the way"},
         Row{"ALinkToAFile",
             [](SwapTree &tree) {
                 tree.file("target/other", "before");
                 tree.link("target/file", "other");
             },
             inTheWay, inTheWay},
-        Row{"ALinkToNothing", [](SwapTree &tree) { tree.link("target/file", "nothing"); }, inTheWay, inTheWay},
+        Row{"ALinkToNothing", [](SwapTree &tree) { tree.link("target/file", "nothing"); }, inTheWay,
+            inTheWay},
         Row{"ALinkToAFolder", [](SwapTree &tree) { tree.link("target/file", "."); }, inTheWay, inTheWay},
-        Row{"AFifo",
-            [](SwapTree &tree) { ASSERT_EQ(::mkfifo((tree / "target/file").c_str(), 0600), 0); }, inTheWay, inTheWay}),
+        Row{"AFifo", [](SwapTree &tree) { ASSERT_EQ(::mkfifo((tree / "target/file").c_str(), 0600), 0); },
+            inTheWay, inTheWay}),
     [](const auto &row) { return row.param.name; });
 
-/// Whatever the plan saw and whatever stands there: what is replaced is what was planned, or was decided anew.
+/// Whatever the plan saw and whatever stands there: what is replaced is what was planned, or was decided
+/// anew.
 TEST(Swap, NeverReplacesANewerFile) {
     for (const std::int64_t there : {-3601, -3600, -100, -3, -2, 0, 1, 2, 3, 100, 3600, 1'000'000'000}) {
         for (const std::size_t size : {std::size_t{0}, copyContent.size(), std::size_t{40}}) {
@@ -145,37 +152,10 @@ TEST(Swap, NeverReplacesANewerFile) {
             tree.swap(&planned);
             const bool replaced = tree.read("target/file") == copyContent;
             EXPECT_TRUE(!replaced || there <= 2) << there << ", " << size;
-            EXPECT_EQ(replaced, there < -2 || (there <= 2 && size != copyContent.size())) << there << ", " << size;
+            EXPECT_EQ(replaced, there < -2 || (there <= 2 && size != copyContent.size()))
+                << there << ", " << size;
         }
     }
-}
-
-/// From now on the kernel refuses a rename between two different open folders: renameat() with `plain`, renameat2()
-/// with `exclusive` (0: it is let through).
-void refuseRenameAcross(int plain, int exclusive) {
-    const auto refusing = [](long number, int error) {
-        constexpr auto argument = [](unsigned index) {
-            return static_cast<std::uint32_t>(offsetof(seccomp_data, args) + index * sizeof(std::uint64_t));
-        };
-        sock_filter rules[] = {
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 5),
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, argument(0)),
-            BPF_STMT(BPF_MISC | BPF_TAX, 0),
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, argument(2)),
-            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_X, 0, 1, 0),
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        };
-        const sock_fprog program = {static_cast<unsigned short>(std::size(rules)), rules};
-        ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-        if (::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
-            throw std::system_error(errno, std::generic_category(), "prctl");
-    };
-    if (plain != 0)
-        refusing(SYS_renameat, plain);
-    if (exclusive != 0)
-        refusing(SYS_renameat2, exclusive);
 }
 
 struct Refused {
@@ -191,7 +171,7 @@ TEST_P(SwapByHandTest, ReplacesOrLeavesTheOldVersion) {
     SwapTree tree;
     tree.file("target/file", "before");
     EXPECT_EQ(PlanUnderTest::inChild([&] {
-                  refuseRenameAcross(GetParam().plain, GetParam().exclusive);
+                  RunUnderTest::refuseRenameAcross(GetParam().plain, GetParam().exclusive);
                   const FileVersion planned = tree.version();
                   return tree.swap(&planned);
               }),

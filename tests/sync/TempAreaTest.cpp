@@ -1,9 +1,10 @@
+#include "sync/TempArea.h"
+
 #include "platform/FileFacts.h"
 #include "platform/Lock.h"
 #include "store/TestRoot.h"
 #include "support/LoopMount.h"
 #include "sync/RunUnderTest.h"
-#include "sync/TempArea.h"
 
 #include <gtest/gtest.h>
 #include <regex>
@@ -90,7 +91,8 @@ TEST_P(TempPlaceTest, IsUsedOrNot) {
     Sandbox box;
     const std::vector<fs::path> trees = GetParam().prepare(box);
     box.dir("elsewhere");
-    EXPECT_EQ(placeFor(box / "OneDrive", trees), GetParam().isBeside ? fs::path() : box / "cache/TemporaryItems");
+    EXPECT_EQ(placeFor(box / "OneDrive", trees),
+              GetParam().isBeside ? fs::path() : box / "cache/TemporaryItems");
     EXPECT_TRUE(fs::is_empty(box / "elsewhere"));
     EXPECT_TRUE(fs::is_empty(box / "OneDrive"));
     EXPECT_EQ(box.leftovers(), Lines());
@@ -98,34 +100,40 @@ TEST_P(TempPlaceTest, IsUsedOrNot) {
 
 INSTANTIATE_TEST_SUITE_P(
     CacheFolder, TempPlaceTest,
-    testing::Values(
-        Refusal{"InsideAOneDriveTree", [](Sandbox &box) { return std::vector{box.top()}; }},
-        Refusal{"ItselfAOneDriveTree", [](Sandbox &box) { return std::vector{box / "other", box / "cache"}; }},
-        Refusal{"BesideATreeWhoseNameBeginsAlike",
-                [](Sandbox &box) { return std::vector{box / "cac", box / "OneDrive"}; }, false},
-        Refusal{"WithALinkInPlaceOfTemporaryItems",
-                [](Sandbox &box) {
-                    box.link("cache/TemporaryItems", "../elsewhere");
-                    return std::vector<fs::path>();
-                }},
-        Refusal{"WithAFileInPlaceOfTemporaryItems",
-                [](Sandbox &box) {
-                    box.file("cache/TemporaryItems");
-                    return std::vector<fs::path>();
-                }},
-        Refusal{"IsAFile",
-                [](Sandbox &box) {
-                    box.file("cache");
-                    return std::vector<fs::path>();
-                }},
-        Refusal{"TemporaryItemsOfAnotherUser",
-                [](Sandbox &box) {
-                    box.dir("cache/TemporaryItems");
-                    // As an ordinary user it can't be given away; then it is only checked that it is used.
-                    if (::chown((box / "cache/TemporaryItems").c_str(), 12345, 12345) != 0)
-                        return std::vector{box / "cache"};
-                    return std::vector<fs::path>();
-                }}),
+    testing::Values(Refusal{"InsideAOneDriveTree", [](Sandbox &box) { return std::vector{box.top()}; }},
+                    Refusal{"ItselfAOneDriveTree",
+                            [](Sandbox &box) {
+                                return std::vector{box / "other", box / "cache"};
+                            }},
+                    Refusal{"BesideATreeWhoseNameBeginsAlike",
+                            [](Sandbox &box) {
+                                return std::vector{box / "cac", box / "OneDrive"};
+                            },
+                            false},
+                    Refusal{"WithALinkInPlaceOfTemporaryItems",
+                            [](Sandbox &box) {
+                                box.link("cache/TemporaryItems", "../elsewhere");
+                                return std::vector<fs::path>();
+                            }},
+                    Refusal{"WithAFileInPlaceOfTemporaryItems",
+                            [](Sandbox &box) {
+                                box.file("cache/TemporaryItems");
+                                return std::vector<fs::path>();
+                            }},
+                    Refusal{"IsAFile",
+                            [](Sandbox &box) {
+                                box.file("cache");
+                                return std::vector<fs::path>();
+                            }},
+                    Refusal{"TemporaryItemsOfAnotherUser",
+                            [](Sandbox &box) {
+                                box.dir("cache/TemporaryItems");
+                                // As an ordinary user it can't be given away; then it is only checked that it
+                                // is used.
+                                if (::chown((box / "cache/TemporaryItems").c_str(), 12345, 12345) != 0)
+                                    return std::vector{box / "cache"};
+                                return std::vector<fs::path>();
+                            }}),
     [](const auto &row) { return row.param.name; });
 
 TEST(TempPlace, OnAnotherFileSystemThanTheTargetIsNotUsed) {
@@ -152,12 +160,14 @@ TEST(TempPlace, OnADriveIsTheUsersOwnFolderInItsTemporaryItems) {
     tree.dir("OneDrive");
     const std::string own = ".TemporaryItems/folders." + std::to_string(::getuid());
     const mode_t before = ::umask(077);
-    EXPECT_EQ(placeFor(drive.top() / "OneDrive", {drive.top() / "OneDrive"}), drive.top() / own / "TemporaryItems");
+    EXPECT_EQ(placeFor(drive.top() / "OneDrive", {drive.top() / "OneDrive"}),
+              drive.top() / own / "TemporaryItems");
     ::umask(before);
     EXPECT_EQ(modeOf(drive.top() / ".TemporaryItems"), 01777u);
     EXPECT_EQ(modeOf(drive.top() / own), 0700u);
     EXPECT_EQ(modeOf(drive.top() / own / "TemporaryItems"), 0700u);
-    EXPECT_EQ(placeFor(drive.top() / "OneDrive", {drive.top()}), fs::path()) << "the whole drive is the OneDrive folder";
+    EXPECT_EQ(placeFor(drive.top() / "OneDrive", {drive.top()}), fs::path())
+        << "the whole drive is the OneDrive folder";
 
     fs::remove_all(drive.top() / ".TemporaryItems");
     tree.dir("elsewhere");
@@ -174,20 +184,16 @@ void fillPlace(TestTree &tree, const std::string &place) {
     tree.dir(start + "NSIRD_TarnwickBasic_");
     tree.file(start + "._NSIRD_TarnwickBasic_file");
     tree.link(start + "NSIRD_TarnwickBasic_link", "other");
-    for (const std::string other : {"other/precious", "NSIRD_Other_a/x", "nsird_TarnwickBasic_a", "xNSIRD_TarnwickBasic_a",
-                                    "NSIRD_TarnwickBasic", ".NSIRD_TarnwickBasic_a", ".tw-12345678-123.twtmp"})
+    for (const std::string other :
+         {"other/precious", "NSIRD_Other_a/x", "nsird_TarnwickBasic_a", "xNSIRD_TarnwickBasic_a",
+          "NSIRD_TarnwickBasic", ".NSIRD_TarnwickBasic_a", ".tw-12345678-123.twtmp"})
         tree.file(start + other);
 }
 
-const std::vector<std::string> whatStays = {".NSIRD_TarnwickBasic_a",
-                                            ".tw-12345678-123.twtmp",
-                                            "NSIRD_Other_a",
-                                            "NSIRD_Other_a/x",
-                                            "NSIRD_TarnwickBasic",
-                                            "nsird_TarnwickBasic_a",
-                                            "other",
-                                            "other/precious",
-                                            "xNSIRD_TarnwickBasic_a"};
+const std::vector<std::string> whatStays = {
+    ".NSIRD_TarnwickBasic_a", ".tw-12345678-123.twtmp", "NSIRD_Other_a", "NSIRD_Other_a/x",
+    "NSIRD_TarnwickBasic",    "nsird_TarnwickBasic_a",  "other",         "other/precious",
+    "xNSIRD_TarnwickBasic_a"};
 
 Lines namesIn(const TestTree &tree, const std::string &folder) {
     Lines names;

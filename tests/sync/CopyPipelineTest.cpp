@@ -1,0 +1,193 @@
+#include "sync/CopyPipeline.h"
+
+#include "support/TestTree.h"
+
+#include <cerrno>
+#include <deque>
+#include <gtest/gtest.h>
+#include <mutex>
+
+#include <fcntl.h>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+/// A pipeline whose copies are small real files, and which writes down what is done with them.
+class PipelineTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        tree.dir("0");
+        volume.halves[0] = FileDescriptor(::open((tree / "0").c_str(), O_RDONLY | O_CLOEXEC));
+        volume.anywhere = FileDescriptor(::open(tree.top().c_str(), O_RDONLY | O_CLOEXEC));
+        volume.area = FileDescriptor(::open(tree.top().c_str(), O_RDONLY | O_CLOEXEC));
+        volume.durability = Durability::Method::WholeVolume;
+    }
+
+    CopyInProgress item(std::int64_t size = 1) {
+        PlannedCopy &copy = copies.emplace_back();
+        copy.size = size;
+        CopyInProgress made;
+        made.copy = &copy;
+        const std::string name = std::to_string(copies.size() - 1);
+        volume.filling = 0;
+        tree.file("0/" + name);
+        made.staged.emplace(volume, name);
+        return made;
+    }
+
+    CopyInProgress failedItem() {
+        CopyInProgress made;
+        made.copy = &copies.emplace_back();
+        return made;
+    }
+
+    CopyPipeline make() {
+        return CopyPipeline(
+            [this](CopyInProgress &made) { publish(made); },
+            [this](CopyInProgress &made, int flushError) { return settle(made, flushError); });
+    }
+
+    /// How many staged files are still there.
+    std::size_t waiting() const { return tree.snapshot("0").size(); }
+
+    /// Those of the events that begin with `kind`, without it.
+    Lines only(const std::string &kind) const {
+        Lines found;
+        for (const std::string &event : events) {
+            if (event.starts_with(kind))
+                found.push_back(event.substr(kind.size()));
+        }
+        return found;
+    }
+
+    TestTree tree;
+    TempVolume volume;
+    std::deque<PlannedCopy> copies;
+    std::mutex lock; // batches publish on a thread of their own
+    Lines events;
+    int failsToPublish = -1;
+    int stopsAt = -1;
+
+  private:
+    int numberOf(const CopyInProgress &made) const {
+        for (std::size_t i = 0; i < copies.size(); ++i) {
+            if (&copies[i] == made.copy)
+                return static_cast<int>(i);
+        }
+        return -1;
+    }
+
+    void publish(CopyInProgress &made) {
+        const std::scoped_lock held(lock);
+        const int number = numberOf(made);
+        events.push_back("publish " + std::to_string(number));
+        if (number == failsToPublish)
+            made.publishFailure = std::make_exception_ptr(std::runtime_error("failed"));
+        else
+            made.outcome = Published::Added;
+    }
+
+    CopyPipeline::Next settle(CopyInProgress &made, int flushError) {
+        const std::scoped_lock held(lock);
+        const int number = numberOf(made);
+        std::string event = "settle " + std::to_string(number);
+        event += flushError ? " flush " + std::to_string(flushError) : "";
+        event += made.publishFailure ? " failed" : made.outcome ? " done" : "";
+        events.push_back(event);
+        return number == stopsAt ? CopyPipeline::Next::Stop : CopyPipeline::Next::GoOn;
+    }
+};
+
+TEST_F(PipelineTest, SettlesFailuresAndSuccessesInTheOrderAdded) {
+    CopyPipeline pipeline = make();
+    Lines expected;
+    Lines published;
+    for (int i = 0; i < 2'500; ++i) {
+        const bool fails = i % 7 == 3 || i == 1'000;
+        EXPECT_EQ(pipeline.add(fails ? failedItem() : item()), CopyPipeline::Next::GoOn);
+        expected.push_back(std::to_string(i) + (fails ? "" : " done"));
+        if (!fails)
+            published.push_back(std::to_string(i));
+    }
+    EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::GoOn);
+    EXPECT_EQ(only("settle "), expected);
+    EXPECT_EQ(only("publish "), published);
+    EXPECT_EQ(waiting(), 0u);
+    EXPECT_EQ(pipeline.flushPublished(), 0);
+}
+
+TEST_F(PipelineTest, NothingIsPublishedBeforeTheBatchIsFull) {
+    CopyPipeline pipeline = make();
+    pipeline.add(item(200'000'000));
+    pipeline.add(item(60'000'000));
+    EXPECT_EQ(events, Lines());
+    EXPECT_EQ(waiting(), 2u);
+    pipeline.drain();
+    EXPECT_EQ(events, (Lines{"publish 0", "publish 1", "settle 0 done", "settle 1 done"}));
+}
+
+TEST_F(PipelineTest, AfterAFailureNothingIsPublishedBeforeItWasJudged) {
+    failsToPublish = 1;
+    CopyPipeline pipeline = make();
+    for (int i = 0; i < 4; ++i)
+        pipeline.add(item());
+    EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::GoOn);
+    EXPECT_EQ(events, (Lines{"publish 0", "publish 1", "settle 0 done", "settle 1 failed", "publish 2",
+                             "settle 2 done", "publish 3", "settle 3 done"}));
+}
+
+TEST_F(PipelineTest, AStopDropsAllThatWaits) {
+    failsToPublish = stopsAt = 1;
+    CopyPipeline pipeline = make();
+    for (int i = 0; i < 4; ++i)
+        pipeline.add(item());
+    EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::Stop);
+    EXPECT_EQ(events, (Lines{"publish 0", "publish 1", "settle 0 done", "settle 1 failed"}));
+    EXPECT_EQ(waiting(), 0u);
+}
+
+TEST_F(PipelineTest, AStopInOneBatchDropsTheNextToo) {
+    stopsAt = 500;
+    CopyPipeline pipeline = make();
+    CopyPipeline::Next next = CopyPipeline::Next::GoOn;
+    int added = 0;
+    for (; added < 2'500 && next == CopyPipeline::Next::GoOn; ++added)
+        next = pipeline.add(item());
+    EXPECT_EQ(next, CopyPipeline::Next::Stop);
+    EXPECT_EQ(only("settle ").size(), 501u);
+    EXPECT_EQ(only("publish ").size(), 1'000u);
+    EXPECT_LE(added, 2'000);
+    EXPECT_EQ(waiting(), 0u);
+}
+
+TEST_F(PipelineTest, WithoutItsFlushNothingOfABatchIsPublished) {
+    volume.anywhere.reset();
+    CopyPipeline pipeline = make();
+    pipeline.add(item());
+    pipeline.add(failedItem());
+    pipeline.add(item());
+    EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::GoOn);
+    const std::string bad = " flush " + std::to_string(EBADF);
+    EXPECT_EQ(events, (Lines{"settle 0" + bad, "settle 1" + bad, "settle 2" + bad}));
+    EXPECT_EQ(waiting(), 0u);
+    EXPECT_EQ(pipeline.flushPublished(), EBADF);
+}
+
+TEST_F(PipelineTest, AnUndrainedEndPublishesNothing) {
+    {
+        CopyPipeline pipeline = make();
+        pipeline.add(item());
+    }
+    EXPECT_EQ(events, Lines());
+    EXPECT_EQ(waiting(), 0u);
+}
+
+TEST_F(PipelineTest, AnEmptyOneHasNothingToDo) {
+    CopyPipeline pipeline = make();
+    EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::GoOn);
+    EXPECT_EQ(pipeline.flushPublished(), 0);
+    EXPECT_EQ(events, Lines());
+}
+
+} // namespace
