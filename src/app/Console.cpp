@@ -31,11 +31,17 @@ QString shortened(const QString &text, int width) {
 
 } // namespace
 
-void out(const QString &line) { write(stdout, line.toUtf8() + '\n'); }
+void out(const QString &line) {
+    write(stdout, line.toUtf8() + '\n');
+}
 
-void outDocument(const QByteArray &document) { write(stdout, document + '\n'); }
+void outDocument(const QByteArray &document) {
+    write(stdout, document + '\n');
+}
 
-void error(const QString &line) { write(stderr, line.toUtf8() + '\n'); }
+void error(const QString &line) {
+    write(stderr, line.toUtf8() + '\n');
+}
 
 QString progressText(const SyncProgress &progress) {
     if (progress.stage == SyncProgress::Stage::scanning)
@@ -47,16 +53,20 @@ QString progressText(const SyncProgress &progress) {
            (progress.currentFile.isEmpty() ? QString() : QStringLiteral(": ") + progress.currentFile);
 }
 
-ProgressLine::ProgressLine() : isTerminal(::isatty(STDERR_FILENO) == 1) {}
+ProgressLine::ProgressLine() : isTerminal(::isatty(STDERR_FILENO) == 1) {
+}
 
-ProgressLine::~ProgressLine() { clear(); }
+ProgressLine::~ProgressLine() {
+    clear();
+}
 
 void ProgressLine::show(const SyncProgress &progress) {
     if (!isTerminal)
         return;
     QString text = progressText(progress);
     // A name may hold control characters; on a terminal they would act.
-    std::replace_if(text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, u'\uFFFD');
+    std::replace_if(
+        text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, u'\uFFFD');
     write(stderr, "\r\033[K" + shortened(text, terminalWidth() - 1).toUtf8());
     isShown = true;
 }

@@ -41,8 +41,7 @@ void print(const PairPlan &plan, const Line &line) {
         line(QStringLiteral("create  ") + Text::fromPath(plan.url(folder)));
     for (const PlannedCopy &copy : plan.copies) {
         const bool isNew = copy.kind() == ChangeKind::added;
-        line((isNew ? QStringLiteral("add     ") : QStringLiteral("update  ")) +
-             Text::fromBytes(PairPlan::rel(copy)));
+        line((isNew ? QStringLiteral("add     ") : QStringLiteral("update  ")) + Text::fromBytes(PairPlan::rel(copy)));
     }
     printAll(plan.problems, line);
     printAll(plan.conflicts, line);

@@ -13,7 +13,8 @@ using Line = std::function<void(const QString &)>;
 /// The headline, then one line per problem, conflict, file left alone and note.
 void print(const SyncRun &run, const Line &line);
 
-/// What a run would do: a headline, then one line per folder, copy, problem, conflict, file left alone and skipped item.
+/// What a run would do: a headline, then one line per folder, copy, problem, conflict, file left alone and skipped
+/// item.
 void print(const PairPlan &plan, const Line &line);
 
 } // namespace ResultText

@@ -38,7 +38,8 @@ bool has(const std::vector<std::string> &arguments, const char *option) {
     return std::find(arguments.begin(), end, option) != end;
 }
 
-/// A standard stream that is missing would be taken by the next file that is opened, and what is printed would go there.
+/// A standard stream that is missing would be taken by the next file that is opened, and what is printed would go
+/// there.
 void fillStandardStreams() {
     int descriptor;
     do

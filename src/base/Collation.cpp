@@ -10,8 +10,7 @@ namespace {
 QCollator makeCollator() {
     // In the "C" locale a QCollator compares plain code units and ignores its numeric mode.
     const QLocale system = QLocale::system();
-    QCollator collator(system.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates)
-                                                       : system);
+    QCollator collator(system.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : system);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     return collator;

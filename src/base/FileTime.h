@@ -6,8 +6,8 @@
 
 #include <sys/stat.h>
 
-/// A moment as a file system keeps it: seconds since 1970-01-01 UTC (negative before) and nanoseconds (0 to 999,999,999)
-/// after that second. Covers every time that a file system can hold.
+/// A moment as a file system keeps it: seconds since 1970-01-01 UTC (negative before) and nanoseconds (0 to
+/// 999,999,999) after that second. Covers every time that a file system can hold.
 struct FileTime {
     std::int64_t seconds = 0;
     std::int32_t nanoseconds = 0;

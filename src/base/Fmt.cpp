@@ -15,8 +15,7 @@ struct Unit {
     int decimals;
 };
 
-constexpr std::array units = {Unit{"KB", 0}, Unit{"MB", 1}, Unit{"GB", 2},
-                              Unit{"TB", 2}, Unit{"PB", 2}, Unit{"EB", 2}};
+constexpr std::array units = {Unit{"KB", 0}, Unit{"MB", 1}, Unit{"GB", 2}, Unit{"TB", 2}, Unit{"PB", 2}, Unit{"EB", 2}};
 
 double roundedTo(double value, int decimals) {
     const double scale = std::pow(10.0, decimals);

@@ -31,6 +31,8 @@ bool isUtf8(std::string_view bytes);
 
 /// Upper-case ASCII letters made lower; every other byte as it is.
 std::string asciiLower(std::string_view bytes);
-inline char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+inline char asciiLower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
 
 } // namespace Text

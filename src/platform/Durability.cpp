@@ -13,9 +13,9 @@ namespace Durability {
 Method methodFor(int descriptor) {
     // Only those known to honour syncfs(); an unknown one is flushed file by file, which is slower but always safe.
     // The last four are XFS, F2FS, exFAT and ZFS, which the header does not have.
-    static constexpr std::array<long, 9> honouring = {EXT4_SUPER_MAGIC, BTRFS_SUPER_MAGIC, TMPFS_MAGIC,
-                                                      MSDOS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC, 0x58465342,
-                                                      0xF2F52010,        0x2011BAB0,            0x2FC12FC1};
+    static constexpr std::array<long, 9> honouring = {
+        EXT4_SUPER_MAGIC, BTRFS_SUPER_MAGIC, TMPFS_MAGIC, MSDOS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC,
+        0x58465342,       0xF2F52010,        0x2011BAB0,  0x2FC12FC1};
     struct statfs facts = {};
     if (::fstatfs(descriptor, &facts) != 0)
         return Method::EachFile;
@@ -23,8 +23,12 @@ Method methodFor(int descriptor) {
     return honours ? Method::WholeVolume : Method::EachFile;
 }
 
-int flushVolume(int descriptor) { return ::syncfs(descriptor) == 0 ? 0 : errno; }
+int flushVolume(int descriptor) {
+    return ::syncfs(descriptor) == 0 ? 0 : errno;
+}
 
-int flushFile(int descriptor) { return ::fsync(descriptor) == 0 ? 0 : errno; }
+int flushFile(int descriptor) {
+    return ::fsync(descriptor) == 0 ? 0 : errno;
+}
 
 } // namespace Durability

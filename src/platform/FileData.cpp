@@ -24,7 +24,9 @@ constexpr std::size_t bufferSize = 128 * 1024;
 /// Below this, a try to share blocks costs more than copying them.
 constexpr std::int64_t worthTrying = 128 * 1024;
 
-[[noreturn]] void fail(const char *call) { throw std::system_error(errno, std::generic_category(), call); }
+[[noreturn]] void fail(const char *call) {
+    throw std::system_error(errno, std::generic_category(), call);
+}
 
 void writeAll(int destination, const char *data, std::size_t length, std::int64_t offset) {
     while (length > 0) {

@@ -18,17 +18,17 @@ using Progress = std::function<Continue(std::int64_t copied)>;
 /// Whether two open files are on one file system, as far as the caller knows.
 enum class Devices { Same, Different };
 
-/// Copies the data of `source`, whose facts are `original`, from its beginning to its end as it is now, to the empty file
-/// `destination`. Shares the blocks where the file system can, lets the kernel copy otherwise, and keeps holes. When
-/// `progress` answers No it fails with ECANCELED and leaves `destination` incomplete.
+/// Copies the data of `source`, whose facts are `original`, from its beginning to its end as it is now, to the empty
+/// file `destination`. Shares the blocks where the file system can, lets the kernel copy otherwise, and keeps holes.
+/// When `progress` answers No it fails with ECANCELED and leaves `destination` incomplete.
 void copyData(int source, const struct stat &original, int destination, Devices devices, const Progress &progress);
 
 /// The mode to create a copy with. Mostly it is the final one, which saves setting it later.
 mode_t creationMode(const struct stat &original);
 
 /// Gives `destination` the ownership of `original` where that is allowed and the user's extended attributes of `source`
-/// as far as its file system takes them. Returns the mode that it is to get afterwards with setMode(); setuid and setgid
-/// only together with the ownership. Access-control lists and file flags are not passed on.
+/// as far as its file system takes them. Returns the mode that it is to get afterwards with setMode(); setuid and
+/// setgid only together with the ownership. Access-control lists and file flags are not passed on.
 mode_t copyAttributes(int source, const struct stat &original, int destination);
 
 /// Sets the mode as far as the file system knows modes.

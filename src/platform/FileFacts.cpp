@@ -43,4 +43,6 @@ std::optional<FileFacts> lookAt(int folder, const char *name, LinkAtEnd link) {
     return look(folder, name, link == LinkAtEnd::IsMeant ? AT_SYMLINK_NOFOLLOW : 0);
 }
 
-std::optional<FileFacts> lookAtOpen(int descriptor) { return look(descriptor, "", AT_EMPTY_PATH); }
+std::optional<FileFacts> lookAtOpen(int descriptor) {
+    return look(descriptor, "", AT_EMPTY_PATH);
+}

@@ -12,7 +12,7 @@ enum class FileKind { Regular, Folder, Link, Other };
 /// What a look at one item tells. The item itself is meant, never what a link leads to.
 struct FileFacts {
     FileKind kind = FileKind::Other;
-    std::int64_t size = 0;  ///< bytes; 0 when the system gives none
+    std::int64_t size = 0; ///< bytes; 0 when the system gives none
     FileTime mtime = FileTime::distantPast();
     std::uint64_t mountId = 0; ///< id of the mount that holds the item, as in the mount table
     std::uint64_t inode = 0;
@@ -24,8 +24,8 @@ struct FileFacts {
 
 enum class LinkAtEnd { IsMeant, IsFollowed };
 
-/// Looks at `name` in the open folder `folder` (or at AT_FDCWD). None on failure, with errno set; ENOENT when nothing is
-/// there.
+/// Looks at `name` in the open folder `folder` (or at AT_FDCWD). None on failure, with errno set; ENOENT when nothing
+/// is there.
 std::optional<FileFacts> lookAt(int folder, const char *name, LinkAtEnd link = LinkAtEnd::IsMeant);
 
 /// Looks at an open file or folder. None on failure, with errno set.

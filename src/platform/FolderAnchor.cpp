@@ -115,9 +115,11 @@ FileDescriptor OpenBelow::makeFolders(int start, std::string_view relative) {
 
 FolderAnchor::FolderAnchor(const std::filesystem::path &path)
     // O_PATH: a folder that can't be read is still there, and the lister is the one to say that it can't be read.
-    : FolderAnchor(path, FileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))) {}
+    : FolderAnchor(path, FileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))) {
+}
 
-FolderAnchor::FolderAnchor(const std::filesystem::path &path, FileDescriptor open) : place(path), folder(std::move(open)) {
+FolderAnchor::FolderAnchor(const std::filesystem::path &path, FileDescriptor open)
+    : place(path), folder(std::move(open)) {
     if (!folder)
         fail(errno, path.native());
     const std::optional<FileFacts> facts = lookAtOpen(folder.get());

@@ -15,7 +15,8 @@ constexpr std::size_t bufferSize = 64 * 1024;
 } // namespace
 
 FolderReader::FolderReader(int openFolder)
-    : folder(openFolder), buffer(std::make_unique_for_overwrite<char[]>(bufferSize)) {}
+    : folder(openFolder), buffer(std::make_unique_for_overwrite<char[]>(bufferSize)) {
+}
 
 bool FolderReader::refill() {
     const long got = ::syscall(SYS_getdents64, folder, buffer.get(), bufferSize);

@@ -2,4 +2,6 @@
 
 #include <sys/file.h>
 
-bool Lock::tryLock(int descriptor) { return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0; }
+bool Lock::tryLock(int descriptor) {
+    return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}

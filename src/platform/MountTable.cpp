@@ -24,7 +24,8 @@ std::vector<std::string_view> fieldsOf(std::string_view line) {
     return fields;
 }
 
-template <typename Number> bool readNumber(std::string_view text, Number &number) {
+template <typename Number>
+bool readNumber(std::string_view text, Number &number) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size();
 }
@@ -114,9 +115,9 @@ std::string fileSystemTypeName(const MountEntry &entry) {
 bool isLocalStorage(std::string_view type) {
     static constexpr std::array<std::string_view, 42> others = {
         // on another machine
-        "nfs", "nfs4", "cifs", "smb3", "smbfs", "ncpfs", "ncp", "afs", "9p", "ceph", "glusterfs", "lustre", "gfs2", "ocfs2",
-        "beegfs", "virtiofs", "fuse.sshfs", "fuse.rclone", "fuse.davfs2", "fuse.curlftpfs", "fuse.glusterfs", "fuse.s3fs",
-        "fuse.gvfsd-fuse", "fuse.portal",
+        "nfs", "nfs4", "cifs", "smb3", "smbfs", "ncpfs", "ncp", "afs", "9p", "ceph", "glusterfs", "lustre", "gfs2",
+        "ocfs2", "beegfs", "virtiofs", "fuse.sshfs", "fuse.rclone", "fuse.davfs2", "fuse.curlftpfs", "fuse.glusterfs",
+        "fuse.s3fs", "fuse.gvfsd-fuse", "fuse.portal",
         // the kernel's own
         "proc", "sysfs", "devtmpfs", "devpts", "cgroup", "cgroup2", "securityfs", "debugfs", "tracefs", "bpf", "mqueue",
         "hugetlbfs", "fusectl", "configfs", "pstore", "efivarfs", "autofs", "binfmt_misc"};

@@ -12,10 +12,10 @@ struct MountEntry {
     int id = 0;
     int parentId = 0;
     dev_t device = 0;
-    std::string root;                 ///< which folder of the file system is mounted; "/" unless it is a bind mount
+    std::string root; ///< which folder of the file system is mounted; "/" unless it is a bind mount
     std::filesystem::path mountPoint;
-    std::string type;                 ///< as the kernel names it, such as "ext4", "vfat", "fuse.fusefat"
-    std::string source;               ///< as given to mount, such as "/dev/sdb1"
+    std::string type;   ///< as the kernel names it, such as "ext4", "vfat", "fuse.fusefat"
+    std::string source; ///< as given to mount, such as "/dev/sdb1"
 
     bool operator==(const MountEntry &) const = default;
 };

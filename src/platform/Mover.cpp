@@ -11,7 +11,9 @@
 
 namespace {
 
-[[noreturn]] void fail(const char *call) { throw std::system_error(errno, std::generic_category(), call); }
+[[noreturn]] void fail(const char *call) {
+    throw std::system_error(errno, std::generic_category(), call);
+}
 
 } // namespace
 

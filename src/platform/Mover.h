@@ -1,6 +1,5 @@
 #pragma once
 
-
 /// One name in an open folder.
 struct NameAt {
     int folder;
@@ -12,9 +11,9 @@ class Mover {
   public:
     enum class MovedIn { Done, TargetExists };
 
-    /// Moves `from` to `to` if and only if nothing is there. Fails with std::system_error; EXDEV when the two are not on
-    /// one volume after all. On a file system that knows neither an exclusive rename nor hard links, a last look comes
-    /// just before the rename.
+    /// Moves `from` to `to` if and only if nothing is there. Fails with std::system_error; EXDEV when the two are not
+    /// on one volume after all. On a file system that knows neither an exclusive rename nor hard links, a last look
+    /// comes just before the rename.
     MovedIn moveIn(NameAt from, NameAt to);
 
     /// Moves `from` over what is at `to`, in one step. Fails with std::system_error.

@@ -50,9 +50,13 @@ std::optional<std::string> linkTo(const MountEntry &entry, const fs::path &links
 
 } // namespace
 
-std::optional<std::string> uuid(const MountEntry &entry, const fs::path &links) { return linkTo(entry, links); }
+std::optional<std::string> uuid(const MountEntry &entry, const fs::path &links) {
+    return linkTo(entry, links);
+}
 
-std::optional<std::string> label(const MountEntry &entry, const fs::path &links) { return linkTo(entry, links); }
+std::optional<std::string> label(const MountEntry &entry, const fs::path &links) {
+    return linkTo(entry, links);
+}
 
 bool deviceExists(dev_t device) {
     if (major(device) == 0)

@@ -12,12 +12,11 @@ class JsonWriter;
 /// One original folder and its backup folder, identified by `id`.
 struct FolderPair {
     QUuid id = QUuid::createUuid();
-    bool enabled = true; ///< Takes part when all ready folders are synced.
-    std::optional<QString> volumeUUID =
-        {};                     ///< Key of the original's drive; none when the drive reports none.
-    QString volumeName = {};    ///< That drive's name as shown to the user.
-    QString sourceRelPath = {}; ///< The original, relative to the drive's root; empty for the whole drive.
-    QString backupRelPath = {}; ///< The backup folder, relative to the OneDrive folder.
+    bool enabled = true;                    ///< Takes part when all ready folders are synced.
+    std::optional<QString> volumeUUID = {}; ///< Key of the original's drive; none when the drive reports none.
+    QString volumeName = {};                ///< That drive's name as shown to the user.
+    QString sourceRelPath = {};             ///< The original, relative to the drive's root; empty for the whole drive.
+    QString backupRelPath = {};             ///< The backup folder, relative to the OneDrive folder.
     std::optional<QDateTime> lastSync = {}; ///< UTC.
     std::optional<QString> lastSummary = {};
     std::optional<bool> lastOK = {}; ///< Whether the last sync was free of problems for this pair.

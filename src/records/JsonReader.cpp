@@ -175,16 +175,14 @@ QString JsonReader::text() const {
 }
 
 QUuid JsonReader::uuid() const {
-    const std::optional<QUuid> parsed =
-        is(index, JsonDocument::Kind::Text) ? parseUuid(text()) : std::nullopt;
+    const std::optional<QUuid> parsed = is(index, JsonDocument::Kind::Text) ? parseUuid(text()) : std::nullopt;
     if (!parsed)
         failExpecting("a UUID");
     return *parsed;
 }
 
 QDateTime JsonReader::moment() const {
-    const std::optional<QDateTime> parsed =
-        is(index, JsonDocument::Kind::Text) ? parseMoment(text()) : std::nullopt;
+    const std::optional<QDateTime> parsed = is(index, JsonDocument::Kind::Text) ? parseMoment(text()) : std::nullopt;
     if (!parsed)
         failExpecting("a date such as \"2026-09-01T10:00:00Z\"");
     return *parsed;
@@ -198,8 +196,8 @@ std::size_t JsonReader::caseAmong(std::span<const QLatin1StringView> texts) cons
     }
     std::string choice;
     for (const QLatin1StringView name : texts)
-        choice += (choice.empty() ? "\"" : ", \"") +
-                  std::string(name.data(), static_cast<std::size_t>(name.size())) + '"';
+        choice +=
+            (choice.empty() ? "\"" : ", \"") + std::string(name.data(), static_cast<std::size_t>(name.size())) + '"';
     failExpecting("one of " + choice);
 }
 
@@ -215,6 +213,5 @@ std::string JsonReader::place() const {
 void JsonReader::failExpecting(std::string_view what) const {
     const std::string where = place();
     const std::string_view prefix = index == missing ? "missing, expected " : "expected ";
-    throw JsonError((where.empty() ? "the document" : where) + ": " + std::string(prefix) +
-                    std::string(what));
+    throw JsonError((where.empty() ? "the document" : where) + ": " + std::string(prefix) + std::string(what));
 }

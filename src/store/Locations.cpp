@@ -11,10 +11,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <pwd.h>
 #include <string_view>
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <unistd.h>
 
 namespace Locations {
@@ -140,11 +140,15 @@ bool isOneDriveFolder(const fs::path &entry) {
            ::access(entry.c_str(), R_OK) == 0;
 }
 
-bool isLeftOver(const QString &name) { return name.contains(u'('); }
+bool isLeftOver(const QString &name) {
+    return name.contains(u'(');
+}
 
 // Relative paths
 
-QString lowered(const fs::path &path) { return Text::fromPath(path).toLower(); }
+QString lowered(const fs::path &path) {
+    return Text::fromPath(path).toLower();
+}
 
 std::optional<QString> relativeText(const fs::path &url, const fs::path &base) {
     const QString path = Text::fromPath(url);
@@ -191,9 +195,8 @@ QString tildePath(const fs::path &url) {
 
 std::vector<VolumeInfo> externalVolumes() {
     std::vector<VolumeInfo> drives = TestRoot::isActive() ? fakeDrives() : mountedDrives();
-    std::stable_sort(drives.begin(), drives.end(), [](const VolumeInfo &a, const VolumeInfo &b) {
-        return Collation::less(a.name, b.name);
-    });
+    std::stable_sort(drives.begin(), drives.end(),
+                     [](const VolumeInfo &a, const VolumeInfo &b) { return Collation::less(a.name, b.name); });
     return drives;
 }
 

@@ -9,8 +9,8 @@
 #include <optional>
 #include <vector>
 
-/// Where things are: the home folder, the drives, the OneDrive folders, and which drive holds a folder. With a test root
-/// active everything comes from inside it and the real places are never looked at. Stateless; safe on any thread.
+/// Where things are: the home folder, the drives, the OneDrive folders, and which drive holds a folder. With a test
+/// root active everything comes from inside it and the real places are never looked at. Stateless; safe on any thread.
 /// Nothing here fails: what can't be read is no drive, no folder, no answer.
 namespace Locations {
 

@@ -48,10 +48,16 @@ fs::path prepare(const fs::path &root) {
     return top;
 }
 
-const std::optional<fs::path> &url() { return active; }
+const std::optional<fs::path> &url() {
+    return active;
+}
 
-bool isActive() { return active.has_value(); }
+bool isActive() {
+    return active.has_value();
+}
 
-void set(std::optional<fs::path> root) { active = std::move(root); }
+void set(std::optional<fs::path> root) {
+    active = std::move(root);
+}
 
 } // namespace TestRoot

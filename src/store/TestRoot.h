@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <optional>
 
-/// The folder that stands in for the home folder, the drives and the settings folder, so that automated runs never touch
-/// real data. Set at most once, before any other thread exists; only read afterwards.
+/// The folder that stands in for the home folder, the drives and the settings folder, so that automated runs never
+/// touch real data. Set at most once, before any other thread exists; only read afterwards.
 namespace TestRoot {
 
 namespace fs = std::filesystem;

@@ -17,7 +17,9 @@
 
 namespace {
 
-[[noreturn]] void fail(int error, const char *what) { throw std::system_error(error, std::generic_category(), what); }
+[[noreturn]] void fail(int error, const char *what) {
+    throw std::system_error(error, std::generic_category(), what);
+}
 
 CopyError incomplete() {
     return CopyError(QStringLiteral("The copy was incomplete (the file may have changed while copying). It will be "
@@ -31,7 +33,9 @@ struct stat factsOf(int descriptor) {
     return facts;
 }
 
-bool isSameMoment(const timespec &a, FileTime b) { return a.tv_sec == b.seconds && a.tv_nsec == b.nanoseconds; }
+bool isSameMoment(const timespec &a, FileTime b) {
+    return a.tv_sec == b.seconds && a.tv_nsec == b.nanoseconds;
+}
 
 /// Both are looked at by path: what counts is what stands under the names now. Returns what is known of the copy.
 FileFacts checkComplete(NameAt source, const struct stat &sourceBefore, NameAt copy) {
@@ -57,14 +61,17 @@ void setTimes(int file, const timespec &accessed, FileTime modified) {
 } // namespace
 
 StagedCopy::StagedCopy(TempVolume &tempVolume, std::string tempName)
-    : volume(&tempVolume), folder(tempVolume.folderToFill()), name(std::move(tempName)) {}
+    : volume(&tempVolume), folder(tempVolume.folderToFill()), name(std::move(tempName)) {
+}
 
 StagedCopy::StagedCopy(std::shared_ptr<const TargetFolder> besideFolder, std::string tempName)
-    : beside(std::move(besideFolder)), volume(beside->volume), folder(beside->folder.get()), name(std::move(tempName)) {}
+    : beside(std::move(besideFolder)), volume(beside->volume), folder(beside->folder.get()), name(std::move(tempName)) {
+}
 
 StagedCopy::StagedCopy(StagedCopy &&other) noexcept
-    : beside(std::move(other.beside)), volume(other.volume), folder(other.folder),
-      name(std::exchange(other.name, {})), locked(std::move(other.locked)) {}
+    : beside(std::move(other.beside)), volume(other.volume), folder(other.folder), name(std::exchange(other.name, {})),
+      locked(std::move(other.locked)) {
+}
 
 StagedCopy &StagedCopy::operator=(StagedCopy &&other) noexcept {
     std::swap(beside, other.beside);
@@ -134,21 +141,25 @@ std::pair<StagedCopy, FileDescriptor> Copier::create(Place place, const std::sha
                                                      mode_t mode) {
     constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     const bool beside = place == Place::Beside;
-    std::string name = TempArea::temporaryName();
-    FileDescriptor file(
-        ::openat(beside ? target->folder.get() : target->volume->folderToFill(), name.c_str(), flags, mode));
-    if (!file)
-        fail(errno, "open");
-    StagedCopy copy = beside ? StagedCopy(target, std::move(name)) : StagedCopy(*target->volume, std::move(name));
-    if (beside) {
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        std::string name = TempArea::temporaryName();
+        FileDescriptor file(
+            ::openat(beside ? target->folder.get() : target->volume->folderToFill(), name.c_str(), flags, mode));
+        if (!file)
+            fail(errno, "open");
+        if (!beside)
+            return {StagedCopy(*target->volume, std::move(name)), std::move(file)};
+        StagedCopy copy(target, std::move(name));
         // Found by other processes' runs too: the lock says that it is no leftover. A file system without locks
         // protects it all the same, since nobody removes what he can't lock.
         const bool isTaken = !Lock::tryLock(file.get()) && errno == EWOULDBLOCK;
-        if (isTaken || factsOf(file.get()).st_nlink == 0)
-            fail(EAGAIN, "lock");
-        copy.hold(FileDescriptor(::dup(file.get())));
+        if (!isTaken && factsOf(file.get()).st_nlink != 0) {
+            copy.hold(FileDescriptor(::dup(file.get())));
+            return {std::move(copy), std::move(file)};
+        }
+        // Between the two calls another run took it for a leftover: once more under another name.
     }
-    return {std::move(copy), std::move(file)};
+    fail(EAGAIN, "lock");
 }
 
 Published Copier::publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,

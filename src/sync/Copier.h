@@ -21,8 +21,8 @@ struct TargetFolder {
     TempVolume *volume = nullptr;
 };
 
-/// A complete, dated copy that waits under a temporary name on the volume of its target. Removes itself at the end of its
-/// life unless it was published.
+/// A complete, dated copy that waits under a temporary name on the volume of its target. Removes itself at the end of
+/// its life unless it was published.
 class StagedCopy {
   public:
     /// A copy in the volume's temporary folder.
@@ -67,9 +67,9 @@ class Copier {
     static Published publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
                              const FileVersion &original, const FileVersion *planned, const SyncRules &rules);
 
-    /// The plain copy of the open file `source`, whose facts are `original`, to the new, empty file `destination`: data,
-    /// ownership, extended attributes. Returns the mode that the copy is to get. Fails with SyncCancelled soon after a
-    /// cancel, and leaves `destination` incomplete then.
+    /// The plain copy of the open file `source`, whose facts are `original`, to the new, empty file `destination`:
+    /// data, ownership, extended attributes. Returns the mode that the copy is to get. Fails with SyncCancelled soon
+    /// after a cancel, and leaves `destination` incomplete then.
     mode_t rawCopy(int source, const struct stat &original, int destination, FileData::Devices devices,
                    const BytesCallback &onBytes) const;
 

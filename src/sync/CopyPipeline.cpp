@@ -10,15 +10,18 @@ namespace {
 constexpr std::size_t batchFiles = 1000;
 constexpr std::int64_t batchBytes = 256 * 1024 * 1024;
 constexpr std::chrono::seconds batchTime(5);
-/// Each copy beside its target keeps a descriptor open for its lock.
-constexpr std::size_t batchDescriptors = 200;
+/// Each copy beside its target keeps two descriptors open, for its lock and for its folder, and two batches exist at a
+/// time: well below the usual limit of 1,024.
+constexpr std::size_t batchBeside = 100;
 
 } // namespace
 
-CopyPipeline::~CopyPipeline() { drop(); }
+CopyPipeline::~CopyPipeline() {
+    drop();
+}
 
 bool CopyPipeline::isFull(const Batch &batch) {
-    return batch.items.size() >= batchFiles || batch.bytes >= batchBytes || batch.besideTarget >= batchDescriptors ||
+    return batch.items.size() >= batchFiles || batch.bytes >= batchBytes || batch.besideTarget >= batchBeside ||
            Clock::now() - batch.begun >= batchTime;
 }
 
@@ -60,7 +63,9 @@ CopyPipeline::Next CopyPipeline::drain() {
     return finish();
 }
 
-int CopyPipeline::flushPublished() { return flush(std::exchange(published, {})); }
+int CopyPipeline::flushPublished() {
+    return flush(std::exchange(published, {}));
+}
 
 int CopyPipeline::flushAndPublish(Batch &batch) const {
     const int error = flush(batch.volumes);
@@ -99,7 +104,8 @@ CopyPipeline::Next CopyPipeline::finish() {
     if (!result.valid())
         return Next::GoOn;
     const int error = result.get();
-    published.insert(underWay.volumes.begin(), underWay.volumes.end());
+    if (error == 0)
+        published.insert(underWay.volumes.begin(), underWay.volumes.end());
     for (CopyInProgress &item : underWay.items) {
         // What follows a failure waits until it has been judged.
         const bool isWaiting = item.staged && !item.outcome && !item.publishFailure;

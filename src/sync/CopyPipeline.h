@@ -20,15 +20,16 @@ struct CopyInProgress {
     std::exception_ptr publishFailure;
 };
 
-/// Collects staged copies in batches. Each batch is flushed and then published on a thread of its own while the next one
-/// is being staged; then its copies are handed back to be settled, always in the order in which they were added. So nothing
-/// is published before its data is on disk, and the disk is never waited for while there is something to copy. All
-/// operations on one thread.
+/// Collects staged copies in batches. Each batch is flushed and then published on a thread of its own while the next
+/// one is being staged; then its copies are handed back to be settled, always in the order in which they were added. So
+/// nothing is published before its data is on disk, and the disk is never waited for while there is something to copy.
+/// All operations on one thread.
 class CopyPipeline {
   public:
     enum class Next { GoOn, Stop };
-    /// Publishes one staged copy: fills `outcome` or `publishFailure` and never throws. Called on the batch's thread, or on
-    /// the caller's while no batch's thread runs. After a failure nothing more is published before it has been settled.
+    /// Publishes one staged copy: fills `outcome` or `publishFailure` and never throws. Called on the batch's thread,
+    /// or on the caller's while no batch's thread runs. After a failure nothing more is published before it has been
+    /// settled.
     using Publish = std::function<void(CopyInProgress &item)>;
     /// Told on the caller's thread what became of one copy; `flushError` is the errno of a failed flush, else 0. With
     /// Stop, everything that is still waiting is dropped.

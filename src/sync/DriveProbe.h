@@ -11,7 +11,8 @@ namespace DriveProbe {
 /// Whether the error number is one with which reads and writes fail when a drive goes.
 bool isDriveError(int error);
 
-/// Whether any file of the original folder other than `failed` can still be read from the drive itself; a few are tried.
+/// Whether any file of the original folder other than `failed` can still be read from the drive itself; a few are
+/// tried.
 bool canReadAnother(const FolderAnchor &original, const PairPlan &plan, const PlannedCopy &failed);
 
 /// Whether a file can still be written to the disk in the open folder. Leaves nothing behind.

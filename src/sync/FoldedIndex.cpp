@@ -4,7 +4,8 @@
 #include <functional>
 
 FoldedIndex::FoldedIndex(std::size_t capacity)
-    : slots(std::bit_ceil(2 * capacity + 1), none), keys(capacity), following(capacity, none) {}
+    : slots(std::bit_ceil(2 * capacity + 1), none), keys(capacity), following(capacity, none) {
+}
 
 std::size_t FoldedIndex::slotOf(std::string_view folded) const {
     const std::size_t mask = slots.size() - 1;
@@ -28,4 +29,6 @@ std::uint32_t FoldedIndex::add(std::string_view folded, std::uint32_t entry) {
     return slots[slot];
 }
 
-std::uint32_t FoldedIndex::first(std::string_view folded) const { return slots[slotOf(folded)]; }
+std::uint32_t FoldedIndex::first(std::string_view folded) const {
+    return slots[slotOf(folded)];
+}

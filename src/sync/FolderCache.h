@@ -7,10 +7,12 @@
 #include <utility>
 
 /// Keeps the few folders open that were asked for last: a plan's copies come folder by folder.
-template <typename Folder> class FolderCache {
+template <typename Folder>
+class FolderCache {
   public:
     /// The folder for this record: the one kept, or what `open` gives (a std::shared_ptr<const Folder>; may throw).
-    template <typename Open> std::shared_ptr<const Folder> get(const PlanFolder *record, Open open) {
+    template <typename Open>
+    std::shared_ptr<const Folder> get(const PlanFolder *record, Open open) {
         for (const Kept &entry : kept) {
             if (entry.record == record)
                 return entry.folder;

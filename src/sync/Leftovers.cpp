@@ -21,7 +21,9 @@ std::pair<std::string, std::string> split(const std::string &relative) {
 
 } // namespace
 
-bool isOldVersion(const PlannedLeftover &leftover) { return TempArea::isAsideName(split(leftover.backupRel).second); }
+bool isOldVersion(const PlannedLeftover &leftover) {
+    return TempArea::isAsideName(split(leftover.backupRel).second);
+}
 
 void remove(const FolderAnchor &backup, const PlannedLeftover &leftover) {
     const auto [folderRel, name] = split(leftover.backupRel);

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// Keeps many short names in few large blocks. A name stays where it is for the life of the store, also when the store is
-/// moved.
+/// Keeps many short names in few large blocks. A name stays where it is for the life of the store, also when the store
+/// is moved.
 class NameStore {
   public:
     /// The stored copy of `name`, followed by a NUL byte.

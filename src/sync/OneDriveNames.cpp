@@ -38,8 +38,7 @@ std::size_t validSequence(std::string_view bytes) {
 constexpr std::array<bool, 256> acceptableBytes = [] {
     std::array<bool, 256> table = {};
     for (std::size_t byte = 0; byte < table.size(); ++byte)
-        table[byte] =
-            byte >= 0x80 || (!isControl(static_cast<char32_t>(byte)) && !isInvalid(static_cast<char>(byte)));
+        table[byte] = byte >= 0x80 || (!isControl(static_cast<char32_t>(byte)) && !isInvalid(static_cast<char>(byte)));
     return table;
 }();
 
@@ -100,8 +99,7 @@ std::optional<QString> refusedType(std::string_view fileName) {
     if (dot == std::string_view::npos)
         return std::nullopt;
     const std::string extension = Text::asciiLower(fileName.substr(dot + 1));
-    if (std::find(std::begin(refusedExtensions), std::end(refusedExtensions), extension) ==
-        std::end(refusedExtensions))
+    if (std::find(std::begin(refusedExtensions), std::end(refusedExtensions), extension) == std::end(refusedExtensions))
         return std::nullopt;
     return u'.' + Text::fromBytes(extension);
 }

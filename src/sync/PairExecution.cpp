@@ -221,8 +221,7 @@ void PairExecution::publish(CopyInProgress &item) {
     try {
         backupWatch.check();
         const std::shared_ptr<const TargetFolder> target = publishFolder(item);
-        item.outcome =
-            Copier::publish(*item.staged, target, copy.targetName, copy.version(), copy.replaces, job.rules);
+        item.outcome = Copier::publish(*item.staged, target, copy.targetName, copy.version(), copy.replaces, job.rules);
         syncTargetNames(target);
     } catch (const std::exception &) {
         item.publishFailure = std::current_exception();
@@ -259,8 +258,7 @@ void PairExecution::recordPublished(const PlannedCopy &copy, Published outcome) 
     result.bytes += copy.size;
     ++run.filesCopied;
     run.bytesCopied += copy.size;
-    RunRecord::addChange(run, job, plan, copy,
-                         outcome == Published::Added ? ChangeKind::added : ChangeKind::updated);
+    RunRecord::addChange(run, job, plan, copy, outcome == Published::Added ? ChangeKind::added : ChangeKind::updated);
 }
 
 /// Where one flush of the volume does nothing, the new names are flushed folder by folder.
@@ -307,7 +305,8 @@ PairExecution::Next PairExecution::end(const Ending &ending) {
 
 std::optional<PairExecution::Ending> PairExecution::endingFor(const PlannedCopy &copy, const Failure &failure) {
     if (failure.error == ENOSPC || failure.error == EDQUOT)
-        return Ending{QStringLiteral("The disk ran out of space while copying “") + Text::fromBytes(PairPlan::rel(copy)) +
+        return Ending{QStringLiteral("The disk ran out of space while copying “") +
+                          Text::fromBytes(PairPlan::rel(copy)) +
                           QStringLiteral("”. Free up some space and sync again."),
                       QStringLiteral("Out of space")};
     if (isOriginalGone(copy, failure.error))
@@ -328,8 +327,7 @@ bool PairExecution::isOriginalGone(const PlannedCopy &copy, int error) const {
     // After a cancel the drive is already free; what fails then has to do with the backup.
     if (!original.isOpen() || !DriveProbe::isDriveError(error))
         return false;
-    return !VolumeIdentity::deviceExists(original.facts().device) ||
-           !DriveProbe::canReadAnother(original, plan, copy);
+    return !VolumeIdentity::deviceExists(original.facts().device) || !DriveProbe::canReadAnother(original, plan, copy);
 }
 
 bool PairExecution::isBackupGone(int error) const {

@@ -18,8 +18,8 @@ struct RunContext {
     std::function<void()> releaseOriginals; ///< closes everything that the run holds open on the originals' side
 };
 
-/// Carries out the plan of one pair and adds what happened to the run's record. Never fails. Used once, on the thread of
-/// the run.
+/// Carries out the plan of one pair and adds what happened to the run's record. Never fails. Used once, on the thread
+/// of the run.
 class PairExecution {
   public:
     PairExecution(PlannedJob &planned, const RunContext &run);
@@ -78,6 +78,6 @@ class PairExecution {
     FolderWatch backupWatch;
     FolderCache<TargetFolder> publishFolders;
     std::shared_ptr<const TargetFolder> namesToSync;
-    CopyPipeline pipeline; // last, so that its thread ends before what it uses
+    CopyPipeline pipeline;    // last, so that its thread ends before what it uses
     int judgedFlushError = 0; ///< a flush that failed on a healthy drive: the rest of its batch needs no new judgement
 };

@@ -50,8 +50,8 @@ struct PlannedLeftover {
     std::string backupRel; ///< relative to the pair's backup folder
 };
 
-/// What a one-way backup of one pair has to do, in the order of the walk. Everything it points to belongs to it and stays
-/// in place when the plan is moved.
+/// What a one-way backup of one pair has to do, in the order of the walk. Everything it points to belongs to it and
+/// stays in place when the plan is moved.
 class PairPlan {
   public:
     using Path = std::filesystem::path;

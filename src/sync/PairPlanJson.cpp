@@ -5,7 +5,9 @@
 
 namespace {
 
-double secondsOf(FileTime time) { return secondsBetween(time, FileTime{}); }
+double secondsOf(FileTime time) {
+    return secondsBetween(time, FileTime{});
+}
 
 void writeCopies(JsonWriter &out, const PairPlan &plan) {
     out.key("copies");

@@ -6,8 +6,8 @@
 
 #include <QString>
 
-/// The sentences of a plan that are also needed when a copy is decided anew, and those about a pair for which none can be
-/// made. `path` is relative to the pair's folders.
+/// The sentences of a plan that are also needed when a copy is decided anew, and those about a pair for which none can
+/// be made. `path` is relative to the pair's folders.
 namespace PlanText {
 
 inline QString keptNewer(const QString &path) {

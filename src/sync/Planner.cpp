@@ -14,8 +14,8 @@
 /// One folder on the way down, with what is left to do in it.
 struct Planner::Level {
     Level(Listing originals, Listing backups, std::size_t originalPathLength, std::size_t backupPathLength)
-        : original(std::move(originals)), backup(std::move(backups)), seen(original.size()),
-          backupNames(backup.size()), originalLength(originalPathLength), backupLength(backupPathLength) {}
+        : original(std::move(originals)), backup(std::move(backups)), seen(original.size()), backupNames(backup.size()),
+          originalLength(originalPathLength), backupLength(backupPathLength) {}
 
     Listing original;
     Listing backup;
@@ -27,8 +27,7 @@ struct Planner::Level {
     const PlanFolder *record = nullptr;
 };
 
-Planner::Planner(const SyncRules &syncRules, const CancelToken &cancelToken,
-                 std::function<void()> fileCallback)
+Planner::Planner(const SyncRules &syncRules, const CancelToken &cancelToken, std::function<void()> fileCallback)
     : rules(syncRules), token(cancelToken), onFile(std::move(fileCallback)) {
 }
 
@@ -67,8 +66,7 @@ bool Planner::enter(std::size_t originalLength, std::size_t backupLength, bool b
         backupRel.resize(backupLength);
         return false;
     }
-    Level &level =
-        levels.emplace_back(std::move(*original), std::move(*backup), originalLength, backupLength);
+    Level &level = levels.emplace_back(std::move(*original), std::move(*backup), originalLength, backupLength);
     for (std::uint32_t i = 0; i < level.backup.size(); ++i)
         level.backupNames.add(OneDriveNames::folded(level.backup.at(i).name, scratch), i);
     return true;
@@ -102,8 +100,7 @@ void Planner::decideEntry(Level &level, std::uint32_t number) {
         addNew(entry);
 }
 
-std::optional<Entry> Planner::bestMatch(const Level &level, const Entry &entry,
-                                        std::uint32_t firstCandidate) {
+std::optional<Entry> Planner::bestMatch(const Level &level, const Entry &entry, std::uint32_t firstCandidate) {
     std::optional<Entry> match;
     for (std::uint32_t i = firstCandidate; i != FoldedIndex::none; i = level.backupNames.next(i)) {
         const Entry candidate = level.backup.at(i);
@@ -215,14 +212,12 @@ bool Planner::isBackupFolder(int descriptor) const {
 }
 
 void Planner::addProblem(Side side, int error) {
-    const QString detail =
-        error == ETIMEDOUT
-            ? QStringLiteral("OneDrive didn't respond (it may still be downloading this folder)")
-            : Fmt::systemError(error);
-    plan.problems.push_back(
-        levelName(side) + QStringLiteral(": couldn't read ") +
-        (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
-        QStringLiteral(" of this folder, so it was skipped. ") + detail);
+    const QString detail = error == ETIMEDOUT
+                               ? QStringLiteral("OneDrive didn't respond (it may still be downloading this folder)")
+                               : Fmt::systemError(error);
+    plan.problems.push_back(levelName(side) + QStringLiteral(": couldn't read ") +
+                            (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
+                            QStringLiteral(" of this folder, so it was skipped. ") + detail);
 }
 
 /// What a problem calls the level under way: its relative path, at the top the folder's own name.

@@ -31,8 +31,7 @@ class Planner {
     bool enter(std::size_t originalLength, std::size_t backupLength, bool backupExists);
     void leave();
     void decideEntry(Level &level, std::uint32_t number);
-    static std::optional<Entry> bestMatch(const Level &level, const Entry &entry,
-                                          std::uint32_t firstCandidate);
+    static std::optional<Entry> bestMatch(const Level &level, const Entry &entry, std::uint32_t firstCandidate);
     bool skip(const Entry &entry);
     void compare(const Entry &entry, const Entry &match);
     void addNew(const Entry &entry);

@@ -10,8 +10,8 @@ namespace RunRecord {
 /// At most this many copies are recorded one by one; the rest are counted.
 inline constexpr std::size_t maximumChanges = 2000;
 
-/// Adds the plan's findings: what is up to date, left alone, in conflict or couldn't be read, and the skipped items with
-/// their notes.
+/// Adds the plan's findings: what is up to date, left alone, in conflict or couldn't be read, and the skipped items
+/// with their notes.
 void addPlan(SyncRun &run, const SyncJob &job, const PairPlan &plan);
 
 /// Adds one copy made.

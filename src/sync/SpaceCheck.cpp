@@ -41,8 +41,8 @@ std::optional<QString> spaceProblem(const std::vector<const PairPlan *> &plans) 
         const std::optional<std::int64_t> free = freeSpace(volume);
         if (free && *free < total + margin)
             return QStringLiteral("Not enough free space on “") + Locations::volumeName(volume) +
-                   QStringLiteral("”: this sync needs about ") + Fmt::byteCount(total) +
-                   QStringLiteral(" but only ") + Fmt::byteCount(*free) + QStringLiteral(" is free.");
+                   QStringLiteral("”: this sync needs about ") + Fmt::byteCount(total) + QStringLiteral(" but only ") +
+                   Fmt::byteCount(*free) + QStringLiteral(" is free.");
     }
     return std::nullopt;
 }

@@ -23,7 +23,9 @@ std::optional<FileFacts> look(NameAt target) {
     return facts;
 }
 
-bool cannotRenameOver(int error) { return error == EEXIST || error == EINVAL || error == EOPNOTSUPP; }
+bool cannotRenameOver(int error) {
+    return error == EEXIST || error == EINVAL || error == EOPNOTSUPP;
+}
 
 /// For file systems that can't rename over a file. At every moment the old or the new version stands in the folder, the
 /// old one under a name that the next run recognises.

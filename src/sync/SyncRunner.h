@@ -9,9 +9,9 @@
 
 struct PlannedJob;
 
-/// Carries out one sync run: plans every pair, checks the free space, clears what earlier runs left, creates the folders,
-/// copies the files and writes everything that happened into one record. Made for one run; perform() is called once, on
-/// one thread, which it may keep for long. Shares only the token with other threads.
+/// Carries out one sync run: plans every pair, checks the free space, clears what earlier runs left, creates the
+/// folders, copies the files and writes everything that happened into one record. Made for one run; perform() is called
+/// once, on one thread, which it may keep for long. Shares only the token with other threads.
 class SyncRunner {
   public:
     /// `report` is called on the thread of perform(), about eight times a second at most.
@@ -19,7 +19,8 @@ class SyncRunner {
                ProgressReporter::Report report);
     ~SyncRunner();
 
-    /// Runs the whole run. Never fails: every failure is in the record. `finished` equals `started`; the caller sets it.
+    /// Runs the whole run. Never fails: every failure is in the record. `finished` equals `started`; the caller sets
+    /// it.
     SyncRun perform();
 
   private:

@@ -44,7 +44,9 @@ FileDescriptor makeOwn(int parent, const char *name) {
     return openOwn(parent, name);
 }
 
-std::string userFolderName() { return "folders." + std::to_string(::getuid()); }
+std::string userFolderName() {
+    return "folders." + std::to_string(::getuid());
+}
 
 /// The folder on an external drive in which every user has one of his own.
 FileDescriptor makeDrivePlace(const fs::path &top) {
@@ -66,7 +68,9 @@ fs::path drivePlace(const fs::path &top) {
     return top / ".TemporaryItems" / userFolderName() / "TemporaryItems";
 }
 
-fs::path userPlace() { return Locations::cacheFolder() / "TemporaryItems"; }
+fs::path userPlace() {
+    return Locations::cacheFolder() / "TemporaryItems";
+}
 
 FileDescriptor makeUserPlace() {
     std::error_code error;
@@ -159,15 +163,24 @@ std::string uniquePart() {
 
 } // namespace
 
-TempArea::TempArea(std::vector<Path> oneDriveTrees) : trees(std::move(oneDriveTrees)) {}
+TempArea::TempArea(std::vector<Path> oneDriveTrees) : trees(std::move(oneDriveTrees)) {
+}
 
-TempArea::~TempArea() { cleanup(); }
+TempArea::~TempArea() {
+    cleanup();
+}
 
-std::string TempArea::temporaryName() { return ".tw-" + uniquePart() + ".twtmp"; }
+std::string TempArea::temporaryName() {
+    return ".tw-" + uniquePart() + ".twtmp";
+}
 
-std::string TempArea::asideName() { return std::string(asidePrefix) + uniquePart() + ".twtmp"; }
+std::string TempArea::asideName() {
+    return std::string(asidePrefix) + uniquePart() + ".twtmp";
+}
 
-bool TempArea::isAsideName(std::string_view name) { return name.starts_with(asidePrefix); }
+bool TempArea::isAsideName(std::string_view name) {
+    return name.starts_with(asidePrefix);
+}
 
 TempVolume &TempArea::volumeOf(int targetFolder) {
     const std::optional<FileFacts> facts = lookAtOpen(targetFolder);
@@ -193,8 +206,7 @@ TempVolume &TempArea::volumeOf(int targetFolder) {
         }
     };
     const auto fits = [&](const Path &path) {
-        return std::none_of(trees.begin(), trees.end(),
-                            [&](const Path &tree) { return Paths::isWithin(path, tree); });
+        return std::none_of(trees.begin(), trees.end(), [&](const Path &tree) { return Paths::isWithin(path, tree); });
     };
     const MountTable table = MountTable::read();
     const MountEntry *mount = table.withId(static_cast<int>(facts->mountId));

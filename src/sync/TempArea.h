@@ -16,11 +16,11 @@
 struct TempVolume {
     FileDescriptor area;        ///< the locked temporary folder; not open where none could be made
     std::filesystem::path path; ///< of the temporary folder
-    /// Two folders in it, used in turn: one is being filled while the copies in the other are moved out, and the two never
-    /// wait for each other in the kernel.
+    /// Two folders in it, used in turn: one is being filled while the copies in the other are moved out, and the two
+    /// never wait for each other in the kernel.
     std::array<FileDescriptor, 2> halves;
     std::size_t filling = 0;
-    FileDescriptor anywhere;    ///< some open folder of the volume, for flushing it
+    FileDescriptor anywhere; ///< some open folder of the volume, for flushing it
     dev_t device = 0;
     Durability::Method durability = Durability::Method::EachFile;
     Mover mover; ///< for whoever publishes; one thread at a time
@@ -35,9 +35,9 @@ struct TempVolume {
     std::atomic<bool> refusesRename = false;
 };
 
-/// The temporary folders of one run, one per volume, each on the volume of its targets and outside every OneDrive folder.
-/// They exist, locked against other processes, until cleanup() or the end of its life. All operations on one thread; the
-/// volumes themselves may be used on another.
+/// The temporary folders of one run, one per volume, each on the volume of its targets and outside every OneDrive
+/// folder. They exist, locked against other processes, until cleanup() or the end of its life. All operations on one
+/// thread; the volumes themselves may be used on another.
 class TempArea {
   public:
     using Path = std::filesystem::path;
@@ -55,8 +55,8 @@ class TempArea {
     /// Removes the temporary folders with whatever is in them; failures are ignored.
     void cleanup();
 
-    /// Removes what earlier runs left in the temporary places of this user and of `volumes` (top folders): only names of
-    /// this program, and nothing that another process has locked. Failures are ignored.
+    /// Removes what earlier runs left in the temporary places of this user and of `volumes` (top folders): only names
+    /// of this program, and nothing that another process has locked. Failures are ignored.
     static void purgeStale(const std::vector<Path> &volumes);
 
     /// A new name for a temporary copy, and for a file moved aside; the lister knows both.

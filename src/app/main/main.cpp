@@ -1,3 +1,5 @@
 #include "app/TarnwickBasicMain.h"
 
-int main(int argc, char **argv) { return TarnwickBasicMain::run(argc, argv); }
+int main(int argc, char **argv) {
+    return TarnwickBasicMain::run(argc, argv);
+}
