@@ -249,23 +249,36 @@ TEST_F(BackupOutput, ProgressIsDrawnOnATerminalAndClearedAtTheEnd) {
     }
 }
 
-class MissingStream : public BackupOutput,
-                      public testing::WithParamInterface<std::tuple<Program::Stream, Program::Stream>> {};
+struct StreamRow {
+    const char *situation;
+    Program::Stream out;
+    Program::Stream err;
+};
+
+void PrintTo(const StreamRow &row, std::ostream *out) {
+    *out << row.situation;
+}
+
+class MissingStream : public BackupOutput, public testing::WithParamInterface<StreamRow> {};
 
 TEST_P(MissingStream, DoesNotKeepTheBackupFromBeingMade) {
     for (int i = 0; i < 50; ++i)
         tree.file("Photos/" + std::to_string(i % 7) + '/' + std::to_string(i), std::string(300'000, 'x'));
     Program program = backUp({"--json"});
-    std::tie(program.out, program.err) = GetParam();
+    program.out = GetParam().out;
+    program.err = GetParam().err;
     EXPECT_EQ(program.run().status, 0);
     EXPECT_EQ(tree.snapshot("OneDrive/Photos"), tree.snapshot("Photos"));
     EXPECT_EQ(leftovers(), Lines());
 }
 
-INSTANTIATE_TEST_SUITE_P(Streams, MissingStream,
-                         testing::Values(std::tuple(Program::Stream::BrokenPipe, Program::Stream::Captured),
-                                         std::tuple(Program::Stream::BrokenPipe, Program::Stream::BrokenPipe),
-                                         std::tuple(Program::Stream::Closed, Program::Stream::Captured),
-                                         std::tuple(Program::Stream::Closed, Program::Stream::Closed)));
+using Stream = Program::Stream;
+
+INSTANTIATE_TEST_SUITE_P(
+    Streams, MissingStream,
+    testing::Values(StreamRow{"nobody reads the result", Stream::BrokenPipe, Stream::Captured},
+                    StreamRow{"nobody reads anything", Stream::BrokenPipe, Stream::BrokenPipe},
+                    StreamRow{"no standard output", Stream::Closed, Stream::Captured},
+                    StreamRow{"neither standard output nor standard error", Stream::Closed, Stream::Closed}));
 
 } // namespace

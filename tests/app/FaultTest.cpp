@@ -1,84 +1,13 @@
-#include "app/ProgramTest.h"
+#include "app/Fault.h"
 
-#include <algorithm>
 #include <csignal>
-#include <ostream>
 #include <tuple>
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
-class Fault : public ProgramTest {
-  protected:
-    void SetUp() override {
-        if (const auto reason = Program::whyNoFaults())
-            GTEST_SKIP() << *reason;
-        tree.file("Photos/changed 1.jpg", "second version", later(someTime, 100));
-        tree.file("OneDrive/Photos/changed 1.jpg", "first version");
-        tree.file("Photos/changed 2.jpg", "another second version", {1'600'000'100, 123'456'789});
-        tree.file("OneDrive/Photos/changed 2.jpg", "another first version");
-        tree.file("Photos/new.jpg", "new");
-        tree.file("Photos/sub/deeper/new.jpg", "also new");
-        tree.file("Photos/sub/large.jpg", std::string(700'000, 'x'));
-        tree.dir("Photos/empty");
-    }
-
-    Program meddledWith(const std::vector<std::string> &faults,
-                        const std::vector<std::string> &options = {"--json"}) const {
-        Program program = backUp(options);
-        for (const std::string &fault : faults)
-            program.inject(fault);
-        return program;
-    }
-
-    /// One run that nothing stands in the way of; afterwards everything is as if nothing had ever happened.
-    void expectTheNextRunPutsEverythingRight() const {
-        const Program::Outcome outcome = backUp().run();
-        EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-        expectComplete();
-    }
-
-    void expectComplete() const {
-        EXPECT_EQ(tree.snapshot("OneDrive/Photos"), tree.snapshot("Photos"));
-        EXPECT_EQ(leftovers(), Lines());
-    }
-
-    static Lines errorsOf(const SyncRun &run) {
-        Lines lines;
-        for (const QString &line : run.errors)
-            lines.push_back(line.toStdString());
-        std::sort(lines.begin(), lines.end());
-        return lines;
-    }
-
-    /// Every item of the backup is as it was before or as the original is.
-    void expectOldOrNew(const Snapshot &before) const {
-        const Snapshot original = tree.snapshot("Photos");
-        Snapshot now = tree.snapshot("OneDrive/Photos");
-        std::erase_if(now, [](const auto &item) { return item.first.find(".tw-") != std::string::npos; });
-        for (const auto &[path, facts] : now) {
-            const auto old = before.find(path);
-            ASSERT_TRUE(original.contains(path)) << path;
-            EXPECT_TRUE(facts == original.at(path) || (old != before.end() && facts == old->second)) << path;
-        }
-        for (const auto &[path, facts] : before)
-            EXPECT_TRUE(now.contains(path)) << path;
-    }
-};
-
 // Whatever a system can't do is done in another way
 
-struct Row {
-    const char *situation;
-    std::vector<std::string> faults;
-};
-
-void PrintTo(const Row &row, std::ostream *out) {
-    *out << row.situation;
-}
-
-class Inability : public Fault, public testing::WithParamInterface<Row> {};
+class Inability : public Fault, public testing::WithParamInterface<FaultRow> {};
 
 TEST_P(Inability, OfTheSystemIsWorkedAround) {
     const Untouched original(tree / "Photos");
@@ -93,25 +22,28 @@ TEST_P(Inability, OfTheSystemIsWorkedAround) {
 
 INSTANTIATE_TEST_SUITE_P(
     Calls, Inability,
-    testing::Values(
-        Row{"no exclusive rename", {"renameat2:error=EINVAL"}},
-        Row{"neither exclusive rename nor links", {"renameat2:error=ENOSYS", "linkat:error=EPERM"}},
-        Row{"no rename over a file", {"renameat:error=EINVAL:when=1+2"}},
-        Row{"a rename over a file says that it exists", {"renameat:error=EEXIST:when=1+2"}},
-        Row{"a rename over a file is no operation", {"renameat:error=EOPNOTSUPP:when=1+2"}},
-        Row{"one new file can't be renamed out of the temporary folder", {"renameat2:error=EXDEV:when=1"}},
-        Row{"one changed file can't be renamed out of the temporary folder", {"renameat:error=EXDEV:when=1"}},
-        Row{"neither way out of the temporary folder",
-            {"renameat:error=EXDEV:when=1", "renameat2:error=EXDEV:when=1"}},
-        Row{"no openat2", {"openat2:error=ENOSYS"}}, Row{"a forbidden openat2", {"openat2:error=EPERM"}},
-        Row{"a rename on the way of openat2", {"openat2:error=EAGAIN:when=2+3"}},
-        Row{"the kernel copies nothing between devices", {"copy_file_range:error=EXDEV"}},
-        Row{"the kernel says that it copied nothing", {"copy_file_range:retval=0"}},
-        Row{"the kernel can't copy", {"copy_file_range:error=ENOSYS"}},
-        Row{"a copy is interrupted", {"copy_file_range:error=EINTR:when=1+2"}},
-        Row{"one date can't be set at first", {"utimensat:error=EPERM:when=2"}},
-        Row{"no locks", {"flock:error=EOPNOTSUPP"}},
-        Row{"no extended attributes", {"flistxattr:error=EOPNOTSUPP"}}));
+    testing::Values(FaultRow{"no exclusive rename", {"renameat2:error=EINVAL"}},
+                    FaultRow{"neither exclusive rename nor links",
+                             {"renameat2:error=ENOSYS", "linkat:error=EPERM"}},
+                    FaultRow{"no rename over a file", {"renameat:error=EINVAL:when=1+2"}},
+                    FaultRow{"a rename over a file says that it exists", {"renameat:error=EEXIST:when=1+2"}},
+                    FaultRow{"a rename over a file is no operation", {"renameat:error=EOPNOTSUPP:when=1+2"}},
+                    FaultRow{"one new file can't be renamed out of the temporary folder",
+                             {"renameat2:error=EXDEV:when=1"}},
+                    FaultRow{"one changed file can't be renamed out of the temporary folder",
+                             {"renameat:error=EXDEV:when=1"}},
+                    FaultRow{"neither way out of the temporary folder",
+                             {"renameat:error=EXDEV:when=1", "renameat2:error=EXDEV:when=1"}},
+                    FaultRow{"no openat2", {"openat2:error=ENOSYS"}},
+                    FaultRow{"a forbidden openat2", {"openat2:error=EPERM"}},
+                    FaultRow{"a rename on the way of openat2", {"openat2:error=EAGAIN:when=2+3"}},
+                    FaultRow{"the kernel copies nothing between devices", {"copy_file_range:error=EXDEV"}},
+                    FaultRow{"the kernel says that it copied nothing", {"copy_file_range:retval=0"}},
+                    FaultRow{"the kernel can't copy", {"copy_file_range:error=ENOSYS"}},
+                    FaultRow{"a copy is interrupted", {"copy_file_range:error=EINTR:when=1+2"}},
+                    FaultRow{"one date can't be set at first", {"utimensat:error=EPERM:when=2"}},
+                    FaultRow{"no locks", {"flock:error=EOPNOTSUPP"}},
+                    FaultRow{"no extended attributes", {"flistxattr:error=EOPNOTSUPP"}}));
 
 // Failures are told, and nothing is left half-done
 
@@ -136,16 +68,7 @@ TEST_F(Fault, NothingIsPublishedWhenTheFlushFails) {
     expectTheNextRunPutsEverythingRight();
 }
 
-struct SpaceRow {
-    const char *situation;
-    std::vector<std::string> faults;
-};
-
-void PrintTo(const SpaceRow &row, std::ostream *out) {
-    *out << row.situation;
-}
-
-class FullDisk : public Fault, public testing::WithParamInterface<SpaceRow> {};
+class FullDisk : public Fault, public testing::WithParamInterface<FaultRow> {};
 
 TEST_P(FullDisk, EndsTheRunAndLeavesWhatIsThere) {
     const Snapshot before = tree.snapshot("OneDrive/Photos");
@@ -165,13 +88,13 @@ TEST_P(FullDisk, EndsTheRunAndLeavesWhatIsThere) {
 
 INSTANTIATE_TEST_SUITE_P(
     Calls, FullDisk,
-    testing::Values(SpaceRow{"while the kernel copies", {"copy_file_range:error=ENOSPC"}},
-                    SpaceRow{"after some files", {"copy_file_range:error=ENOSPC:when=4+"}},
-                    SpaceRow{"beyond the user's share", {"copy_file_range:error=EDQUOT:when=2"}},
-                    SpaceRow{"while copying by hand",
+    testing::Values(FaultRow{"while the kernel copies", {"copy_file_range:error=ENOSPC"}},
+                    FaultRow{"after some files", {"copy_file_range:error=ENOSPC:when=4+"}},
+                    FaultRow{"beyond the user's share", {"copy_file_range:error=EDQUOT:when=2"}},
+                    FaultRow{"while copying by hand",
                              {"copy_file_range:error=EXDEV", "pwrite64:error=ENOSPC:when=2"}},
-                    SpaceRow{"while flushing", {"syncfs:error=ENOSPC"}},
-                    SpaceRow{"while publishing", {"renameat2:error=ENOSPC"}}));
+                    FaultRow{"while flushing", {"syncfs:error=ENOSPC"}},
+                    FaultRow{"while publishing", {"renameat2:error=ENOSPC"}}));
 
 TEST_F(Fault, OneBadFileIsAnErrorLineAndTheOthersAreCopied) {
     for (const char *fault : {"copy_file_range:error=EIO", "pread64:error=EIO"}) {
@@ -282,72 +205,6 @@ TEST_F(Fault, NoFileTakesThePlaceOfAStandardStreamThatIsMissing) {
         program.signal(SIGCONT);
     EXPECT_EQ(program.finish().status, 0);
     expectComplete();
-}
-
-// Killed at a chosen moment
-
-class KilledAt : public Fault, public testing::WithParamInterface<Row> {};
-
-TEST_P(KilledAt, ThisCallLeavesEveryFileOldOrNew) {
-    const Untouched original(tree / "Photos");
-    const Snapshot before = tree.snapshot("OneDrive/Photos");
-    const Program::Outcome outcome = meddledWith(GetParam().faults).run();
-    ASSERT_EQ(outcome.status, 128 + SIGKILL);
-    original.expectUntouched();
-    expectOldOrNew(before);
-    expectTheNextRunPutsEverythingRight();
-}
-
-INSTANTIATE_TEST_SUITE_P(Calls, KilledAt,
-                         testing::Values(Row{"making a folder", {"mkdirat:signal=KILL:when=2"}},
-                                         Row{"copying the first", {"copy_file_range:signal=KILL:when=1"}},
-                                         Row{"copying the last", {"copy_file_range:signal=KILL:when=5"}},
-                                         Row{"dating", {"utimensat:signal=KILL:when=3"}},
-                                         Row{"flushing", {"syncfs:signal=KILL:when=1"}},
-                                         Row{"publishing the first new one",
-                                             {"renameat2:signal=KILL:when=1"}},
-                                         Row{"publishing the last new one", {"renameat2:signal=KILL:when=3"}},
-                                         Row{"publishing a changed one", {"renameat:signal=KILL:when=2"}},
-                                         Row{"publishing through a link",
-                                             {"renameat2:error=EINVAL", "unlinkat:signal=KILL:when=1"}},
-                                         Row{"copying again beside the target",
-                                             {"renameat2:error=EXDEV:when=1", "fsync:signal=KILL:when=1"}}));
-
-class KilledInTheManualSwap : public Fault {
-  protected:
-    void killBetweenTheTwoRenames() {
-        for (const char *path : {"Photos/new.jpg", "Photos/sub", "Photos/empty"})
-            fs::remove_all(tree / path);
-        const Program::Outcome outcome =
-            meddledWith({"renameat:error=EINVAL:when=1", "renameat2:signal=KILL:when=1"}).run();
-        ASSERT_EQ(outcome.status, 128 + SIGKILL);
-        ASSERT_FALSE(fs::exists(tree / "OneDrive/Photos/changed 1.jpg"));
-        EXPECT_EQ(movedAside(), "first version");
-    }
-
-    /// What is in the one file that was moved aside; empty when there is none.
-    std::string movedAside() const {
-        for (const std::string &path : leftovers()) {
-            if (path.find(".tw-old-") != std::string::npos)
-                return tree.read(path);
-        }
-        return "";
-    }
-};
-
-TEST_F(KilledInTheManualSwap, TheNextRunRecovers) {
-    killBetweenTheTwoRenames();
-    expectTheNextRunPutsEverythingRight();
-}
-
-TEST_F(KilledInTheManualSwap, TheOldVersionStaysUntilANewOneIsThere) {
-    killBetweenTheTwoRenames();
-    Program program = meddledWith({"copy_file_range:error=EIO"});
-    program.faultyPath = tree / "Photos/changed 1.jpg";
-    const Program::Outcome failed = program.run();
-    EXPECT_EQ(errorsOf(recordOf(failed.out)), Lines{"Photos/changed 1.jpg: Input/output error"});
-    EXPECT_EQ(movedAside(), "first version");
-    expectTheNextRunPutsEverythingRight();
 }
 
 } // namespace

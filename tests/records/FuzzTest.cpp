@@ -29,23 +29,20 @@ class Mutator {
         if (bytes.isEmpty())
             return;
         const qsizetype at = position(bytes);
-        switch (below(7)) {
+        switch (below(6)) {
         case 0:
             bytes[at] = static_cast<char>(bytes[at] ^ (1 << below(8)));
             break;
         case 1:
-            bytes[at] = static_cast<char>(below(256));
-            break;
-        case 2:
             bytes.truncate(at);
             break;
-        case 3:
+        case 2:
             replaceValue(bytes, at);
             break;
-        case 4:
+        case 3:
             bytes.insert(position(bytes), bytes.mid(at, static_cast<qsizetype>(below(80))));
             break;
-        case 5:
+        case 4:
             bytes.remove(at, static_cast<qsizetype>(below(40)));
             break;
         default:

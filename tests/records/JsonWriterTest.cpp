@@ -8,12 +8,13 @@ namespace {
 
 TEST(JsonWriter, LaysOutAConfigInOneWay) {
     AppConfig config = Sample::appConfig();
-    config.pairs.push_back(FolderPair{.id = QUuid()});
-    config.oneDriveRootPath.reset();
+    config.pairs.pop_back();
+    config.pairs[0].volumeUUID.reset();
     EXPECT_EQ(Json::toBytes(config).toStdString(), R"({
   "autoSyncOnConnect" : false,
   "hasCompletedFirstRun" : true,
   "notifications" : false,
+  "oneDriveRootPath" : "\/home\/u\/Library\/CloudStorage\/OneDrive-Personal",
   "pairs" : [
     {
       "backupRelPath" : "Sicherung\/Bücher 😀",
@@ -23,15 +24,7 @@ TEST(JsonWriter, LaysOutAConfigInOneWay) {
       "lastSummary" : "2 files copied",
       "lastSync" : "2026-09-01T10:00:00Z",
       "sourceRelPath" : "Photos\/2024",
-      "volumeName" : "Backup “eins”",
-      "volumeUUID" : "5A1F-33C0"
-    },
-    {
-      "backupRelPath" : "",
-      "enabled" : true,
-      "id" : "00000000-0000-0000-0000-000000000000",
-      "sourceRelPath" : "",
-      "volumeName" : ""
+      "volumeName" : "Backup “eins”"
     }
   ],
   "schema" : 7

@@ -35,12 +35,11 @@ TEST(Records, KeysThatMayBeMissingOrNull) {
     EXPECT_EQ(keysThatMayBe(missing, Sample::appConfig()),
               "autoSyncOnConnect hasCompletedFirstRun notifications oneDriveRootPath pairs schema ");
     EXPECT_EQ(keysThatMayBe(null, Sample::appConfig()), "oneDriveRootPath pairs ");
-    EXPECT_EQ(keysThatMayBe(missing, Sample::folderPair()),
+    EXPECT_EQ(keysThatMayBe(missing, Sample::appConfig().pairs[0]),
               "backupRelPath enabled id lastOK lastSummary lastSync sourceRelPath volumeName volumeUUID ");
-    EXPECT_EQ(keysThatMayBe(null, Sample::folderPair()), "lastOK lastSummary lastSync volumeUUID ");
+    EXPECT_EQ(keysThatMayBe(null, Sample::appConfig().pairs[0]), "lastOK lastSummary lastSync volumeUUID ");
     EXPECT_EQ(keysThatMayBe(missing, Sample::syncRun()), "fatal ");
-    EXPECT_EQ(keysThatMayBe(missing, Sample::change()), "fromPath pairID ");
-    EXPECT_EQ(keysThatMayBe(missing, Sample::skippedItem()), "");
+    EXPECT_EQ(keysThatMayBe(missing, Sample::syncRun().changes[0]), "fromPath pairID ");
 }
 
 TEST(AppConfig, PairsThatCannotBeReadCostOnlyThePairs) {

@@ -11,8 +11,6 @@ QDateTime moment(qint64 seconds) {
     return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
 }
 
-} // namespace
-
 FolderPair folderPair() {
     return {.id = identity(1),
             .enabled = false,
@@ -23,15 +21,6 @@ FolderPair folderPair() {
             .lastSync = moment(1788256800),
             .lastSummary = QStringLiteral("2 files copied"),
             .lastOK = true};
-}
-
-AppConfig appConfig() {
-    return {.pairs = {folderPair(), FolderPair{.id = identity(2), .volumeName = QStringLiteral("This Mac")}},
-            .autoSyncOnConnect = false,
-            .notifications = false,
-            .oneDriveRootPath = QStringLiteral("/home/u/Library/CloudStorage/OneDrive-Personal"),
-            .hasCompletedFirstRun = true,
-            .schema = 7};
 }
 
 ChangeRecord change() {
@@ -62,6 +51,17 @@ SkippedItem skippedItem() {
             .path = QStringLiteral("/media/u/Backup/Photos/2024/run \"me\".BAT"),
             .kind = SkipKind::type,
             .detail = QStringLiteral(".bat")};
+}
+
+} // namespace
+
+AppConfig appConfig() {
+    return {.pairs = {folderPair(), FolderPair{.id = identity(2), .volumeName = QStringLiteral("This Mac")}},
+            .autoSyncOnConnect = false,
+            .notifications = false,
+            .oneDriveRootPath = QStringLiteral("/home/u/Library/CloudStorage/OneDrive-Personal"),
+            .hasCompletedFirstRun = true,
+            .schema = 7};
 }
 
 SyncRun syncRun() {

@@ -6,11 +6,7 @@
 /// Records in which every field, the optional ones too, has a value of its own that is not the default.
 namespace Sample {
 
-FolderPair folderPair();
 AppConfig appConfig();
-ChangeRecord change();
-PairResult pairResult();
-SkippedItem skippedItem();
 SyncRun syncRun();
 
 } // namespace Sample

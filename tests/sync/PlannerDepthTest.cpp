@@ -2,6 +2,7 @@
 #include "support/TestTree.h"
 #include "sync/PlanUnderTest.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -32,17 +33,11 @@ std::ptrdiff_t openDescriptors() {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
 }
 
-struct DepthRow {
-    const char *situation;
-    std::string name;
-    std::string backupName;
-    int depth;
-};
-
-TEST(PlannerDepth, PlansToTheBottomWithFewDescriptors) {
-    const DepthRow rows[] = {{"2,000 folders deep", "d", "D", 2000},
-                             {"a path that no call takes", std::string(255, 'n'), std::string(255, 'N'), 40}};
-    for (const auto &[situation, name, backupName, depth] : rows) {
+TEST(PlannerDepth, AFirstSyncAndAnUpdateReachTheBottomWithFewDescriptors) {
+    // The second path is too long for any call.
+    for (const auto &[depth, length] : {std::pair(2000, 1U), std::pair(40, 255U)}) {
+        const std::string name(length, 'n');
+        const std::string backupName(length, 'N');
         TestTree tree;
         makeChain(tree / "original", name, depth, "new", someTime);
         std::string path;
@@ -57,14 +52,14 @@ TEST(PlannerDepth, PlansToTheBottomWithFewDescriptors) {
         const std::ptrdiff_t most = openDescriptors() + 6;
         const auto expectFewDescriptors = [&] { EXPECT_LE(openDescriptors(), most); };
         // Not EXPECT_EQ: in case of a failure it would print megabytes.
-        EXPECT_TRUE(told(planOf(tree / "original", tree / "missing", expectFewDescriptors)) == expected) << situation;
+        EXPECT_TRUE(told(planOf(tree / "original", tree / "missing", expectFewDescriptors)) == expected) << depth;
 
         makeChain(tree / "backup", backupName, depth, "older", later(someTime, -9));
         EXPECT_TRUE(told(planOf(tree / "original", tree / "backup", expectFewDescriptors)) ==
                     Lines{"updated " + path + "/file > " + backupPath + "/file: 3@0 over 5@-9"})
-            << situation;
+            << depth;
         // The tree's own way of going needs a descriptor for each level.
-        EXPECT_EQ(std::system(("rm -rf " + (tree / "*").native()).c_str()), 0);
+        EXPECT_EQ(std::system(("rm -rf '" + tree.top().native() + "'/*").c_str()), 0);
     }
 }
 

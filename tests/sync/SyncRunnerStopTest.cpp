@@ -53,23 +53,27 @@ TEST_F(StopTest, ACancelAtAnyPointLeavesOldOrNewAndTheNextRunFinishes) {
     makeFiles(box, "A/sub", 1, "large and new ", someTime, 20 * 1024 * 1024);
     const auto original = box.snapshot("A");
     bool wasCancelled = true;
-    for (int point = 1; wasCancelled; point += point < 12 ? 1 : 3) {
+    for (int point = 1; wasCancelled; point += point < 12 ? 1 : 5) {
         ASSERT_LT(point, 400);
         restoreBackup();
         ASSERT_EQ(box.snapshot("OneDrive/A"), before);
         CancelToken token;
         SyncRun stopped;
+        int begun = 0;
         {
-            int left = point;
-            const FileGate gate(originals(), [&](FileGate::Event, const std::string &) {
-                if (--left == 0)
-                    token.cancel();
-                return 0;
-            });
+            const FileGate gate(originals(),
+                                [&, left = point](FileGate::Event event, const std::string &) mutable {
+                                    begun += event == FileGate::Event::Open && !token.isCancelled() ? 1 : 0;
+                                    if (--left == 0)
+                                        token.cancel();
+                                    return 0;
+                                });
             stopped = run({box.job("A")}, token);
         }
         wasCancelled = token.isCancelled();
         EXPECT_EQ(stopped.cancelled, wasCancelled);
+        EXPECT_EQ(stopped.filesCopied, wasCancelled ? begun - 1 : 24)
+            << "what was complete is published, point " << point;
         EXPECT_EQ(stopped.errors, std::vector<QString>());
         ASSERT_EQ(stopped.pairResults.size(), 1u);
         EXPECT_EQ(stopped.pairResults.front().note,
