@@ -11,7 +11,9 @@ if(TARNWICK_WERROR)
 endif()
 if(TARNWICK_SANITIZE)
     target_compile_options(tarnwick_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined
-                                                      -fno-omit-frame-pointer)
+                                                      -fno-omit-frame-pointer
+                           # The sanitizers' own code makes this warning cry wolf inside the standard library.
+                           -Wno-maybe-uninitialized)
     target_link_options(tarnwick_options INTERFACE -fsanitize=address,undefined)
 endif()
 

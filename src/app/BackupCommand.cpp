@@ -74,24 +74,16 @@ SyncJob jobFor(const fs::path &original, const fs::path &backup) {
     return job;
 }
 
-FolderAnchor openedIfFolder(const fs::path &path) {
-    try {
-        return FolderAnchor(path);
-    } catch (const std::system_error &) {
-        return FolderAnchor::missing(path);
-    }
-}
-
 PairPlan planOf(const SyncJob &job, const CancelToken &token, Console::ProgressLine &line) {
     ProgressReporter reporter([&](const SyncProgress &progress) { line.show(progress); });
     reporter.progress.pairName = job.name;
-    const FolderAnchor original = openedIfFolder(job.original);
-    const FolderAnchor backup = openedIfFolder(job.backup);
+    const FolderAnchor original = FolderAnchor::openIfFolder(job.original);
+    const FolderAnchor backup = FolderAnchor::openIfFolder(job.backup);
     // The two cases in which a run doesn't plan at all.
     PairPlan none(job.original, job.backup);
     if (!original.isOpen())
         none.problems.push_back(PlanText::originalMissing(job));
-    else if (!backup.isOpen() && !openedIfFolder(job.backup.parent_path()).isOpen())
+    else if (!backup.isOpen() && !FolderAnchor::openIfFolder(job.backup.parent_path()).isOpen())
         none.problems.push_back(PlanText::backupUnavailable(job));
     if (!none.problems.empty())
         return none;

@@ -134,6 +134,14 @@ FolderAnchor FolderAnchor::missing(const std::filesystem::path &path) {
     return anchor;
 }
 
+FolderAnchor FolderAnchor::openIfFolder(const std::filesystem::path &path) {
+    try {
+        return FolderAnchor(path);
+    } catch (const std::system_error &) {
+        return missing(path);
+    }
+}
+
 bool FolderAnchor::isInPlace() const {
     const std::optional<FileFacts> now = lookAt(AT_FDCWD, place.c_str(), LinkAtEnd::IsFollowed);
     return now && now->kind == FileKind::Folder && now->mountId == atStart.mountId && now->device == atStart.device;

@@ -37,6 +37,9 @@ class FolderAnchor {
     /// Stands for a folder that doesn't exist; only its path can be asked for.
     static FolderAnchor missing(const std::filesystem::path &path);
 
+    /// Opens the folder if there is one; otherwise missing(path).
+    static FolderAnchor openIfFolder(const std::filesystem::path &path);
+
     bool isOpen() const { return static_cast<bool>(folder); }
     int descriptor() const { return folder.get(); }
     const std::filesystem::path &path() const { return place; }

@@ -84,12 +84,12 @@ bool PairExecution::makeBackupFolder() {
     // Below a mount point whose drive has gone nothing is ever made.
     if (!planned.backupParent.isInPlace())
         throw std::system_error(ENOENT, std::generic_category());
-    const bool made = ::mkdirat(parent, name.c_str(), 0777) == 0;
-    if (!made && (errno != EEXIST || !isFolder(parent, name.c_str())))
-        throw std::system_error(errno == EEXIST ? EEXIST : errno, std::generic_category());
+    const int failure = ::mkdirat(parent, name.c_str(), 0777) == 0 ? 0 : errno;
+    if (failure != 0 && (failure != EEXIST || !isFolder(parent, name.c_str())))
+        throw std::system_error(failure, std::generic_category());
     constexpr int flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     planned.backup = FolderAnchor(job.backup, FileDescriptor(::openat(parent, name.c_str(), flags)));
-    return made;
+    return failure == 0;
 }
 
 void PairExecution::makeFolder(const PlanFolder *folder) {

@@ -10,20 +10,10 @@
 #include "sync/SpaceCheck.h"
 
 #include <algorithm>
-#include <system_error>
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Not open when there is no such folder.
-FolderAnchor openedIfFolder(const fs::path &path) {
-    try {
-        return FolderAnchor(path);
-    } catch (const std::system_error &) {
-        return {};
-    }
-}
 
 std::vector<fs::path> volumesOf(const std::vector<SyncJob> &jobs) {
     std::vector<fs::path> volumes;
@@ -99,15 +89,14 @@ void SyncRunner::planAll() {
 void SyncRunner::plan(const SyncJob &job) {
     PlannedJob entry;
     entry.job = &job;
-    entry.original = openedIfFolder(job.original);
+    entry.original = FolderAnchor::openIfFolder(job.original);
     if (!entry.original.isOpen())
         return turnAway(job, PlanText::originalMissing(job), QStringLiteral("Folder not found on the drive"));
-    entry.backup = openedIfFolder(job.backup);
+    entry.backup = FolderAnchor::openIfFolder(job.backup);
     if (!entry.backup.isOpen()) {
-        entry.backupParent = openedIfFolder(job.backup.parent_path());
+        entry.backupParent = FolderAnchor::openIfFolder(job.backup.parent_path());
         if (!entry.backupParent.isOpen())
             return turnAway(job, PlanText::backupUnavailable(job), QStringLiteral("Backup folder not available"));
-        entry.backup = FolderAnchor::missing(job.backup);
     }
     Planner planner(job.rules, token, [this] {
         ++reporter.progress.scanned;
