@@ -96,12 +96,27 @@ FileDescriptor makeLocked(int place, std::string &name) {
         FileDescriptor folder = openOwn(place, name.c_str());
         if (!folder)
             return {};
-        Lock::tryLock(folder.get());
-        // Between the two calls another process may have taken the folder for a leftover and removed it.
-        if (::faccessat(place, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
+        // Before it was locked another process may have taken the folder for a leftover.
+        const bool isTaken = !Lock::tryLock(folder.get()) && errno == EWOULDBLOCK;
+        if (!isTaken && ::faccessat(place, name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
             return folder;
     }
     return {};
+}
+
+/// Gives the volume a temporary folder in `place`, if that is open and on the same mount.
+void makeArea(TempVolume &volume, std::uint64_t mountId, const fs::path &path, const FileDescriptor &place) {
+    const std::optional<FileFacts> facts = place ? lookAtOpen(place.get()) : std::nullopt;
+    if (!facts || facts->mountId != mountId)
+        return;
+    std::string name;
+    volume.area = makeLocked(place.get(), name);
+    volume.path = path / name;
+    for (std::size_t i = 0; volume.area && i < halfNames.size(); ++i) {
+        volume.halves[i] = makeOwn(volume.area.get(), halfNames[i]);
+        if (!volume.halves[i])
+            volume.area.reset();
+    }
 }
 
 /// Removes the files in an open folder of this program; folders are never made in one.
@@ -192,33 +207,21 @@ TempVolume &TempArea::volumeOf(int targetFolder) {
 
     TempVolume &volume = volumes[facts->mountId];
     volume.device = facts->device;
-    const auto use = [&](const Path &path, FileDescriptor place) {
-        const std::optional<FileFacts> placeFacts = place ? lookAtOpen(place.get()) : std::nullopt;
-        if (!placeFacts || placeFacts->mountId != facts->mountId)
-            return;
-        std::string name;
-        volume.area = makeLocked(place.get(), name);
-        volume.path = path / name;
-        for (std::size_t i = 0; volume.area && i < halfNames.size(); ++i) {
-            volume.halves[i] = makeOwn(volume.area.get(), halfNames[i]);
-            if (!volume.halves[i])
-                volume.area.reset();
-        }
-    };
-    const auto fits = [&](const Path &path) {
-        return std::none_of(trees.begin(), trees.end(), [&](const Path &tree) { return Paths::isWithin(path, tree); });
-    };
     const MountTable table = MountTable::read();
     const MountEntry *mount = table.withId(static_cast<int>(facts->mountId));
-    if (mount && Locations::volumeInfo(mount->mountPoint) && fits(drivePlace(mount->mountPoint)))
-        use(drivePlace(mount->mountPoint), makeDrivePlace(mount->mountPoint));
-    if (!volume.area && fits(userPlace()))
-        use(userPlace(), makeUserPlace());
+    if (mount && Locations::volumeInfo(mount->mountPoint) && isOutsideOneDrive(drivePlace(mount->mountPoint)))
+        makeArea(volume, facts->mountId, drivePlace(mount->mountPoint), makeDrivePlace(mount->mountPoint));
+    if (!volume.area && isOutsideOneDrive(userPlace()))
+        makeArea(volume, facts->mountId, userPlace(), makeUserPlace());
 
     // Not the temporary folder: errors of the flush are told to whoever held the volume open before they happened.
     volume.anywhere.reset(::openat(targetFolder, ".", folderFlags));
     volume.durability = Durability::methodFor(targetFolder);
     return volume;
+}
+
+bool TempArea::isOutsideOneDrive(const Path &path) const {
+    return std::none_of(trees.begin(), trees.end(), [&](const Path &tree) { return Paths::isWithin(path, tree); });
 }
 
 void TempArea::cleanup() {

@@ -65,6 +65,8 @@ class TempArea {
     static bool isAsideName(std::string_view name);
 
   private:
+    bool isOutsideOneDrive(const Path &path) const;
+
     std::vector<Path> trees;
     std::map<std::uint64_t, TempVolume> volumes; // by mount id
 };

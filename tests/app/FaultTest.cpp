@@ -1,210 +1,141 @@
-#include "app/Fault.h"
+#include "app/ProgramTest.h"
 
+#include <algorithm>
 #include <csignal>
-#include <tuple>
+#include <cstdlib>
+#include <ostream>
 
 namespace {
 
-// Whatever a system can't do is done in another way
-
-class Inability : public Fault, public testing::WithParamInterface<FaultRow> {};
-
-TEST_P(Inability, OfTheSystemIsWorkedAround) {
-    const Untouched original(tree / "Photos");
-    const Program::Outcome outcome = meddledWith(GetParam().faults).run();
-    original.expectUntouched();
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.err, "");
-    EXPECT_NE(outcome.faults.find("INJECTED"), std::string::npos);
-    expectComplete();
-    EXPECT_EQ(recordOf(outcome.out).filesCopied, 5);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Calls, Inability,
-    testing::Values(FaultRow{"no exclusive rename", {"renameat2:error=EINVAL"}},
-                    FaultRow{"neither exclusive rename nor links",
-                             {"renameat2:error=ENOSYS", "linkat:error=EPERM"}},
-                    FaultRow{"no rename over a file", {"renameat:error=EINVAL:when=1+2"}},
-                    FaultRow{"a rename over a file says that it exists", {"renameat:error=EEXIST:when=1+2"}},
-                    FaultRow{"a rename over a file is no operation", {"renameat:error=EOPNOTSUPP:when=1+2"}},
-                    FaultRow{"one new file can't be renamed out of the temporary folder",
-                             {"renameat2:error=EXDEV:when=1"}},
-                    FaultRow{"one changed file can't be renamed out of the temporary folder",
-                             {"renameat:error=EXDEV:when=1"}},
-                    FaultRow{"neither way out of the temporary folder",
-                             {"renameat:error=EXDEV:when=1", "renameat2:error=EXDEV:when=1"}},
-                    FaultRow{"no openat2", {"openat2:error=ENOSYS"}},
-                    FaultRow{"a forbidden openat2", {"openat2:error=EPERM"}},
-                    FaultRow{"a rename on the way of openat2", {"openat2:error=EAGAIN:when=2+3"}},
-                    FaultRow{"the kernel copies nothing between devices", {"copy_file_range:error=EXDEV"}},
-                    FaultRow{"the kernel says that it copied nothing", {"copy_file_range:retval=0"}},
-                    FaultRow{"the kernel can't copy", {"copy_file_range:error=ENOSYS"}},
-                    FaultRow{"a copy is interrupted", {"copy_file_range:error=EINTR:when=1+2"}},
-                    FaultRow{"one date can't be set at first", {"utimensat:error=EPERM:when=2"}},
-                    FaultRow{"no locks", {"flock:error=EOPNOTSUPP"}},
-                    FaultRow{"no extended attributes", {"flistxattr:error=EOPNOTSUPP"}}));
-
-// Failures are told, and nothing is left half-done
-
-TEST_F(Fault, NothingIsPublishedWhenTheFlushFails) {
-    const Snapshot before = tree.snapshot("OneDrive/Photos");
-    Program program = meddledWith({"syncfs:error=EIO"});
-    const Program::Outcome outcome = program.run();
-    EXPECT_EQ(outcome.status, 1);
-    const SyncRun run = recordOf(outcome.out);
-    Lines errors = errorsOf(run);
-    std::erase_if(errors, [](const std::string &line) { return line.starts_with("Photos: "); });
-    EXPECT_EQ(errors,
-              (Lines{"Photos/changed 1.jpg: Input/output error", "Photos/changed 2.jpg: Input/output error",
-                     "Photos/new.jpg: Input/output error", "Photos/sub/deeper/new.jpg: Input/output error",
-                     "Photos/sub/large.jpg: Input/output error"}));
-    EXPECT_EQ(std::tuple(run.filesCopied, run.bytesCopied, run.changes.size()), std::tuple(0, 0, 0U));
-    Snapshot expected = before;
-    for (const char *folder : {"empty", "sub", "sub/deeper"})
-        expected[folder] = "dir";
-    EXPECT_EQ(tree.snapshot("OneDrive/Photos"), expected);
-    EXPECT_EQ(leftovers(), Lines());
-    expectTheNextRunPutsEverythingRight();
-}
-
-class FullDisk : public Fault, public testing::WithParamInterface<FaultRow> {};
-
-TEST_P(FullDisk, EndsTheRunAndLeavesWhatIsThere) {
-    const Snapshot before = tree.snapshot("OneDrive/Photos");
-    const Program::Outcome outcome = meddledWith(GetParam().faults).run();
-    EXPECT_EQ(outcome.status, 1);
-    const SyncRun run = recordOf(outcome.out);
-    ASSERT_TRUE(run.fatal);
-    const std::string first = run.fatal->toStdString();
-    EXPECT_TRUE(first.starts_with("The disk ran out of space while copying “") &&
-                first.ends_with("”. Free up some space and sync again."))
-        << first;
-    EXPECT_EQ(run.pairResults.front().note, QStringLiteral("Out of space"));
-    expectOldOrNew(before);
-    EXPECT_EQ(leftovers(), Lines());
-    expectTheNextRunPutsEverythingRight();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Calls, FullDisk,
-    testing::Values(FaultRow{"while the kernel copies", {"copy_file_range:error=ENOSPC"}},
-                    FaultRow{"after some files", {"copy_file_range:error=ENOSPC:when=4+"}},
-                    FaultRow{"beyond the user's share", {"copy_file_range:error=EDQUOT:when=2"}},
-                    FaultRow{"while copying by hand",
-                             {"copy_file_range:error=EXDEV", "pwrite64:error=ENOSPC:when=2"}},
-                    FaultRow{"while flushing", {"syncfs:error=ENOSPC"}},
-                    FaultRow{"while publishing", {"renameat2:error=ENOSPC"}}));
-
-TEST_F(Fault, OneBadFileIsAnErrorLineAndTheOthersAreCopied) {
-    for (const char *fault : {"copy_file_range:error=EIO", "pread64:error=EIO"}) {
-        fs::remove_all(tree / "OneDrive/Photos");
-        Program program = meddledWith({fault});
-        if (std::string(fault).starts_with("pread64"))
-            program.inject("copy_file_range:error=EXDEV");
-        program.faultyPath = tree / "Photos/sub/large.jpg";
-        const Program::Outcome outcome = program.run();
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(errorsOf(recordOf(outcome.out)), Lines{"Photos/sub/large.jpg: Input/output error"});
-        Snapshot expected = tree.snapshot("Photos");
-        expected.erase("sub/large.jpg");
-        EXPECT_EQ(tree.snapshot("OneDrive/Photos"), expected);
-        expectTheNextRunPutsEverythingRight();
-    }
-}
-
-TEST_F(Fault, AFolderWhoseListingBreaksOffIsLeftOutAsAWhole) {
-    for (int i = 0; i < 600; ++i)
-        tree.file("Photos/" + std::to_string(i) + std::string(200, 'n'), "");
-    Program program = meddledWith({"getdents64:error=EIO:when=2"}, {"--dry-run", "--json"});
-    const Program::Outcome outcome = program.run();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.out.find("\"copies\" : []"), std::string::npos);
-    const Program::Outcome run = meddledWith({"getdents64:error=EIO:when=2"}, {}).run();
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out,
-              "1 problem\nPhotos: Photos: couldn't read your folder of this folder, so it was skipped. "
-              "Input/output error\n");
-    expectTheNextRunPutsEverythingRight();
-}
-
-TEST_F(Fault, AFileThatAppearsDuringTheRunIsNeverReplacedByAnOlderOne) {
-    const std::vector<std::string> ways[] = {{},
-                                             {"renameat2:error=EINVAL"},
-                                             {"renameat2:error=EINVAL", "linkat:error=EPERM"},
-                                             {"renameat:error=EINVAL:when=1+2"}};
-    for (std::vector<std::string> faults : ways) {
-        fs::remove_all(tree / "OneDrive/Photos");
+/// A tree with new and changed files, and a program that is told that something doesn't work.
+class Meddling : public ProgramTest {
+  protected:
+    void SetUp() override {
+        if (std::system("strace -o /dev/null -e inject=getpid:error=EIO true 2>/dev/null") != 0)
+            GTEST_SKIP() << "strace is missing or may not trace here";
+        tree.file("Photos/changed 1.jpg", "second version", later(someTime, 100));
         tree.file("OneDrive/Photos/changed 1.jpg", "first version");
-        faults.push_back("syncfs:signal=STOP:when=1");
-        Program program = meddledWith(faults);
-        program.start();
-        ASSERT_TRUE(program.waitUntilStopped());
-        tree.file("OneDrive/Photos/new.jpg", "newer in OneDrive", later(someTime, 500));
-        tree.file("OneDrive/Photos/changed 1.jpg", "newest in OneDrive", later(someTime, 500));
-        tree.file("OneDrive/Photos/sub/large.jpg", "older in OneDrive", later(someTime, -500));
-        fs::remove(tree / "OneDrive/Photos/sub/deeper");
-        tree.dir("OneDrive/Photos/sub/deeper/new.jpg");
-        program.signal(SIGCONT);
-        while (program.waitUntilStopped())
-            program.signal(SIGCONT);
-        const SyncRun run = recordOf(program.finish().out);
-        EXPECT_EQ(tree.read("OneDrive/Photos/new.jpg"), "newer in OneDrive");
-        EXPECT_EQ(tree.read("OneDrive/Photos/changed 1.jpg"), "newest in OneDrive");
-        EXPECT_EQ(tree.read("OneDrive/Photos/sub/large.jpg"), std::string(700'000, 'x'));
-        EXPECT_EQ(std::tuple(run.keptNewer.size(), run.conflicts.size(), run.errors.size(), run.filesCopied),
-                  std::tuple(2U, 1U, 0U, 2));
+        tree.file("Photos/changed 2.jpg", "another second version", {1'600'000'100, 123'456'789});
+        tree.file("OneDrive/Photos/changed 2.jpg", "another first version");
+        tree.file("Photos/new.jpg", "new");
+        tree.file("Photos/sub/deeper/new.jpg", "also new");
+        tree.file("Photos/sub/large.jpg", std::string(700'000, 'x'));
+        tree.dir("Photos/empty");
+    }
+
+    /// Faults are given as to strace's option "inject", such as "syncfs:error=EIO"; `when=N` counts the calls of each
+    /// thread by itself. With `path` only calls that have to do with it are met. The log of the calls is "calls".
+    Program meddledWith(const Lines &faults, const std::string &path = "") const {
+        Lines words = {"strace", "-f", "-qq", "-o", tree / "calls"};
+        for (const std::string &fault : faults)
+            words.insert(words.end(), {"-e", "inject=" + fault});
+        if (!path.empty())
+            words.insert(words.end(), {"-P", tree / path});
+        Program program = backUp({"--json"});
+        program.words.insert(program.words.begin(), words.begin(), words.end());
+        program.environment["ASAN_OPTIONS"] = "detect_leaks=0"; // needs to trace the process itself
+        return program;
+    }
+
+    /// The error lines and what stopped the run early.
+    static Lines toldBy(const SyncRun &run) {
+        Lines lines;
+        for (const QString &line : run.errors)
+            lines.push_back(line.toStdString());
+        std::sort(lines.begin(), lines.end());
+        if (run.fatal)
+            lines.push_back(run.fatal->toStdString());
+        return lines;
+    }
+};
+
+struct Row {
+    const char *situation;
+    std::vector<std::string> faults;
+    int status = 0;
+    int copied = 5; ///< at least
+    std::vector<std::string> told = {};
+    std::string path = ""; ///< that the faults are restricted to
+};
+
+void PrintTo(const Row &row, std::ostream *out) {
+    *out << row.situation;
+}
+
+class Fault : public Meddling, public testing::WithParamInterface<Row> {};
+
+TEST_P(Fault, LeavesEveryFileOldOrNewAndIsTold) {
+    const Row &row = GetParam();
+    const Snapshot before = backup();
+    const Untouched original(tree / "Photos");
+    Program program = meddledWith(row.faults, row.path);
+    if (row.status == 128 + SIGINT)
+        program.words.insert(program.words.begin(), {"timeout", "--preserve-status", "-s", "INT", "1"});
+    const Program::Outcome outcome = program.run();
+    original.expectUntouched();
+    EXPECT_EQ(outcome.status, row.status);
+    EXPECT_EQ(outcome.err, "");
+    const int newFiles = expectOldOrNew(before);
+    EXPECT_TRUE(row.status >= 128 || tree.read("calls").find("INJECTED") != std::string::npos);
+    if (row.status != 128 + SIGKILL) {
+        const SyncRun run = recordOf(outcome.out);
+        EXPECT_EQ(toldBy(run), row.told);
+        EXPECT_GE(newFiles, row.copied);
+        EXPECT_EQ(run.filesCopied, newFiles);
+        EXPECT_EQ(run.cancelled, row.status == 128 + SIGINT);
         EXPECT_EQ(leftovers(), Lines());
     }
-}
-
-TEST_F(Fault, AfterAStopWhatIsCompleteIsStillPublished) {
-    for (const int number : {SIGTERM, SIGINT}) {
-        fs::remove_all(tree / "OneDrive/Photos");
-        Program program = meddledWith({"syncfs:signal=STOP:when=1"});
-        program.start();
-        ASSERT_TRUE(program.waitUntilStopped());
-        program.signal(number);
-        program.signal(SIGCONT);
-        while (program.waitUntilStopped())
-            program.signal(SIGCONT);
-        const Program::Outcome outcome = program.finish();
-        EXPECT_EQ(outcome.status, 130);
-        const SyncRun run = recordOf(outcome.out);
-        EXPECT_TRUE(run.cancelled);
-        EXPECT_EQ(run.filesCopied, 5);
-        EXPECT_EQ(run.pairResults.front().note, QStringLiteral("Cancelled"));
+    if (row.status == 0)
         expectComplete();
-    }
-}
-
-TEST_F(Fault, ASecondSignalEndsTheProcessAtOnce) {
-    Program program = meddledWith({"syncfs:signal=STOP:when=1"});
-    program.start();
-    ASSERT_TRUE(program.waitUntilStopped());
-    program.signal(SIGTERM);
-    program.signal(SIGINT);
-    program.signal(SIGCONT);
-    while (program.waitUntilStopped())
-        program.signal(SIGCONT);
-    EXPECT_EQ(program.finish().status, 130);
     expectTheNextRunPutsEverythingRight();
 }
 
-TEST_F(Fault, NoFileTakesThePlaceOfAStandardStreamThatIsMissing) {
-    Program program = meddledWith({"syncfs:signal=STOP:when=1"});
-    program.out = program.err = Program::Stream::Closed;
-    program.start();
-    ASSERT_TRUE(program.waitUntilStopped());
-    for (const char *stream : {"1", "2"}) {
-        const fs::path leadsTo = fs::read_symlink("/proc/" + std::to_string(program.pid()) + "/fd/" + stream);
-        EXPECT_EQ(leadsTo, "/dev/null") << stream;
-    }
-    program.signal(SIGCONT);
-    while (program.waitUntilStopped())
-        program.signal(SIGCONT);
-    EXPECT_EQ(program.finish().status, 0);
-    expectComplete();
+constexpr const char *large = "Photos/sub/large.jpg";
+const std::vector<std::string> noFlush = {
+    "Photos/changed 1.jpg: Input/output error", "Photos/changed 2.jpg: Input/output error",
+    "Photos/new.jpg: Input/output error", "Photos/sub/deeper/new.jpg: Input/output error",
+    "Photos/sub/large.jpg: Input/output error"};
+const std::string outOfSpace =
+    "The disk ran out of space while copying “sub/large.jpg”. Free up some space and sync again.";
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, Fault,
+    testing::Values(
+        Row{"no exclusive rename", {"renameat2:error=EINVAL"}},
+        Row{"neither exclusive rename nor links", {"renameat2:error=ENOSYS", "linkat:error=EPERM"}},
+        Row{"no rename over a file, so it is swapped by hand", {"renameat:error=EINVAL:when=1+2"}},
+        Row{"a new file can't leave the temporary folder", {"renameat2:error=EXDEV:when=1"}},
+        Row{"a changed file can't leave the temporary folder", {"renameat:error=EXDEV:when=1"}},
+        Row{"no openat2", {"openat2:error=ENOSYS"}},
+        Row{"the kernel copies nothing between devices", {"copy_file_range:error=EXDEV"}},
+        Row{"the flush fails", {"syncfs:error=EIO"}, 1, 0, noFlush},
+        Row{"a bad file", {"copy_file_range:error=EIO"}, 1, 4, {"Photos/sub/large.jpg: Input/output error"}, large},
+        Row{"the disk is full", {"copy_file_range:error=ENOSPC"}, 1, 0, {outOfSpace}, large},
+        Row{"stopped in mid-copy", {"copy_file_range:delay_enter=3000000:when=1"}, 128 + SIGINT, 0},
+        Row{"killed while publishing a new file", {"renameat2:signal=KILL:when=1"}, 128 + SIGKILL},
+        Row{"killed while publishing a changed file", {"renameat:signal=KILL:when=2"}, 128 + SIGKILL}));
+
+TEST_F(Meddling, KilledBetweenTheTwoRenamesOfASwapTheOldVersionStaysUntilANewOneIsThere) {
+    for (const char *path : {"Photos/new.jpg", "Photos/sub", "Photos/empty"})
+        fs::remove_all(tree / path);
+    const Program::Outcome killed = meddledWith({"renameat:error=EINVAL:when=1", "renameat2:signal=KILL:when=1"}).run();
+    ASSERT_EQ(killed.status, 128 + SIGKILL);
+    // Which of the two comes first depends on the order in which the system lists them.
+    const std::string moved = fs::exists(tree / "OneDrive/Photos/changed 1.jpg") ? "changed 2.jpg" : "changed 1.jpg";
+    const std::string old = moved == "changed 1.jpg" ? "first version" : "another first version";
+    ASSERT_FALSE(fs::exists(tree / ("OneDrive/Photos/" + moved)));
+    const auto movedAside = [this] {
+        for (const std::string &path : leftovers()) {
+            if (path.find(".tw-old-") != std::string::npos)
+                return tree.read(path);
+        }
+        return std::string("nothing");
+    };
+    EXPECT_EQ(movedAside(), old);
+    const Program::Outcome failed = meddledWith({"copy_file_range:error=EIO"}, "Photos/" + moved).run();
+    EXPECT_EQ(toldBy(recordOf(failed.out)), Lines{"Photos/" + moved + ": Input/output error"});
+    EXPECT_EQ(movedAside(), old);
+    expectTheNextRunPutsEverythingRight();
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "app/Program.h"
 #include "records/SyncRun.h"
 #include "support/TestTree.h"
 
@@ -9,20 +8,43 @@
 #include <string>
 #include <vector>
 
+/// A command that is run through the shell in an environment of its own.
+struct Program {
+    struct Outcome {
+        int status = 0;  ///< the exit status; 128 and the signal's number after a deadly one
+        std::string out; ///< what came on standard output
+        std::string err; ///< what came on standard error
+    };
+
+    Outcome run() const;
+
+    std::vector<std::string> words;                 ///< the program and its arguments
+    std::map<std::string, std::string> environment; ///< besides PATH
+};
+
 /// A folder, the place of its backup and a home folder, all in one temporary tree and on one volume.
 class ProgramTest : public testing::Test {
   protected:
     using Snapshot = std::map<std::string, std::string>;
+    using Lines = std::vector<std::string>;
 
     ProgramTest();
 
     /// `--backup` of "Photos" to "OneDrive/Photos" with further arguments.
-    Program backUp(const std::vector<std::string> &options = {}) const;
-    /// The program with these arguments alone.
-    Program program(const std::vector<std::string> &arguments) const;
+    Program backUp(const Lines &options = {}) const;
 
+    /// `text` with the tree's path in place of each "@".
+    std::string inTree(std::string text) const;
     /// What temporary of this program's is left in the backup and in the home folder.
-    std::vector<std::string> leftovers() const;
+    Lines leftovers() const;
+    /// The backup without leftovers.
+    Snapshot backup() const;
+    /// Every item of the backup is wholly as it was before or as the original is; returns how many files are new.
+    int expectOldOrNew(const Snapshot &before) const;
+    /// The backup equals the original and nothing is left over.
+    void expectComplete() const;
+    /// One run that nothing stands in the way of; afterwards everything is as if nothing had ever happened.
+    void expectTheNextRunPutsEverythingRight() const;
 
     /// A run record as it was printed, which must be nothing but that.
     static SyncRun recordOf(const std::string &printed);
@@ -30,8 +52,8 @@ class ProgramTest : public testing::Test {
     TestTree tree;
 };
 
-/// What the system knows of every item of a tree, to find out that really nothing was done to it, not even
-/// reading it in a way that leaves a mark.
+/// What the system knows of every item of a tree, to find out that really nothing was done to it, not even reading it
+/// in a way that leaves a mark.
 class Untouched {
   public:
     /// Gives all items an old access time, so that reading one changes it.
@@ -39,7 +61,7 @@ class Untouched {
     void expectUntouched() const;
 
   private:
-    static std::string factsOf(const fs::path &path);
+    static std::string factsOf(const fs::path &item);
 
     fs::path top;
     std::map<fs::path, std::string> before;

@@ -137,8 +137,7 @@ void LoopMount::makeFileSystem(const Options &options) {
     const std::string separator = options.mountOptions.empty() ? "" : ",";
     if (options.type == Type::Tmpfs) {
         source = "tmpfs";
-        mount.emplace("tmpfs", mountPoint, "tmpfs",
-                      "size=" + std::to_string(size) + separator + options.mountOptions);
+        mount.emplace("tmpfs", mountPoint, "tmpfs", "size=" + std::to_string(size) + separator + options.mountOptions);
         return;
     }
     image = fresh / ".image";

@@ -12,8 +12,7 @@ class Mount {
   public:
     /// Mounts `source` at the existing folder `target` as mount(2) does; a `type` of "bind" makes a bind
     /// mount.
-    Mount(const fs::path &source, const fs::path &target, const std::string &type,
-          const std::string &data = "");
+    Mount(const fs::path &source, const fs::path &target, const std::string &type, const std::string &data = "");
     /// Takes over what is mounted at `target` already.
     explicit Mount(const fs::path &target) : place(target) {}
     Mount(const Mount &) = delete;
@@ -37,9 +36,9 @@ class LoopMount {
 
     struct Options {
         Type type = Type::Ext4;
-        std::int64_t size = 0;      ///< bytes; 0 for a size that holds some 10 MB (Xfs takes at least 300 MB)
-        std::string name = "drive"; ///< of the mount point
-        fs::path below = "/mnt";    ///< where the fresh folder that holds the mount point is made
+        std::int64_t size = 0;         ///< bytes; 0 for a size that holds some 10 MB (Xfs takes at least 300 MB)
+        std::string name = "drive";    ///< of the mount point
+        fs::path below = "/mnt";       ///< where the fresh folder that holds the mount point is made
         std::string mountOptions = ""; ///< joined with "," as mount takes them, such as "nr_inodes=20"
     };
 

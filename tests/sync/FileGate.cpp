@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <system_error>
 
 #include <fcntl.h>
@@ -82,21 +81,4 @@ std::optional<std::string> FileGate::whyNot() {
         return std::string("opening files can't be held up here: ") + error.what();
     }
     return std::nullopt;
-}
-
-std::optional<std::string> FileGate::whyNotFail() {
-    if (const std::optional<std::string> reason = whyNot())
-        return reason;
-    std::string pattern = fs::temp_directory_path() / "tarnwick-test-XXXXXX";
-    const fs::path folder = ::mkdtemp(pattern.data());
-    std::ofstream(folder / "file").close();
-    int error = 0;
-    {
-        const FileGate gate({folder}, [](Event, const std::string &) { return EIO; });
-        if (const FileDescriptor file(::open((folder / "file").c_str(), O_RDONLY | O_CLOEXEC)); !file)
-            error = errno;
-    }
-    fs::remove_all(folder);
-    return error == EIO ? std::nullopt
-                        : std::optional<std::string>("the kernel can't let a file fail with EIO");
 }

@@ -15,7 +15,8 @@ class FileGate {
   public:
     enum class Event { Open, Read };
     /// Called on a thread of its own while the event waits; `name` is the file's. Must not touch the files of
-    /// the folders itself. Answers 0 to let the event go on, or the errno with which it is to fail.
+    /// the folders itself. Answers 0 to let the event go on, or the errno with which it is to fail (an older kernel
+    /// makes it fail with EPERM).
     using Answer = std::function<int(Event event, const std::string &name)>;
 
     /// Failures throw std::system_error.
@@ -25,10 +26,8 @@ class FileGate {
     /// Lets everything go on again.
     ~FileGate();
 
-    /// Why there can be no gate here, for GTEST_SKIP; none when there can. Letting events fail takes a newer
-    /// kernel.
+    /// Why there can be no gate here, for GTEST_SKIP; none when there can.
     static std::optional<std::string> whyNot();
-    static std::optional<std::string> whyNotFail();
 
   private:
     void serve();

@@ -3,17 +3,8 @@
 #include "base/Text.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstddef>
 #include <cstdlib>
-#include <iterator>
 #include <set>
-#include <system_error>
-
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 
 namespace RunUnderTest {
 
@@ -39,34 +30,13 @@ std::string counts(const SyncRun &run) {
     return line + (run.cancelled ? ", cancelled" : "");
 }
 
-const SyncJob *jobOf(const std::vector<SyncJob> &jobs, const QUuid &id, const QString &name) {
-    const auto found =
-        std::find_if(jobs.begin(), jobs.end(), [&](const SyncJob &job) { return job.pairID == id; });
-    return found != jobs.end() && found->name == name ? &*found : nullptr;
-}
-
 } // namespace
 
-Sandbox::Variable::Variable(const char *variable, const fs::path &value) : name(variable) {
-    const char *old = std::getenv(name);
-    wasSet = old != nullptr;
-    before = old ? old : "";
-    ::setenv(name, value.c_str(), 1);
-}
-
-Sandbox::Variable::~Variable() {
-    if (wasSet)
-        ::setenv(name, before.c_str(), 1);
-    else
-        ::unsetenv(name);
-}
-
-Sandbox::Sandbox(const fs::path &cacheFolder)
-    : home("HOME", top()), cache("XDG_CACHE_HOME", cacheFolder.empty() ? top() / "cache" : cacheFolder) {
+Sandbox::Sandbox(const fs::path &cacheFolder) {
+    ::setenv("HOME", top().c_str(), 1);
+    ::setenv("XDG_CACHE_HOME", (cacheFolder.empty() ? top() / "cache" : cacheFolder).c_str(), 1);
     dir("OneDrive");
 }
-
-Sandbox::~Sandbox() = default;
 
 SyncJob Sandbox::job(const std::string &name, const fs::path &backup) const {
     return {.pairID = QUuid::createUuid(),
@@ -86,12 +56,7 @@ Lines Sandbox::leftoversIn(const fs::path &folder) {
     return sorted(found);
 }
 
-SyncRun run(const std::vector<SyncJob> &jobs) {
-    return run(jobs, CancelToken());
-}
-
-SyncRun run(const std::vector<SyncJob> &jobs, const CancelToken &token,
-            const ProgressReporter::Report &report) {
+SyncRun run(const std::vector<SyncJob> &jobs, const CancelToken &token, const ProgressReporter::Report &report) {
     return SyncRunner(jobs, token, SyncTrigger::manual, report).perform();
 }
 
@@ -102,11 +67,11 @@ Lines told(const SyncRun &run) {
     addAll(lines, "newer", run.keptNewer);
     addAll(lines, "note", run.notes);
     for (const SkippedItem &item : run.skipped)
-        lines.push_back((item.kind == SkipKind::name ? "skip name " : "skip type ") + bytes(item.relPath) +
-                        ": " + bytes(item.detail));
+        lines.push_back((item.kind == SkipKind::name ? "skip name " : "skip type ") + bytes(item.relPath) + ": " +
+                        bytes(item.detail));
     for (const ChangeRecord &change : run.changes)
-        lines.push_back((change.kind == ChangeKind::added ? "added " : "updated ") + bytes(change.relPath) +
-                        ' ' + std::to_string(change.size));
+        lines.push_back((change.kind == ChangeKind::added ? "added " : "updated ") + bytes(change.relPath) + ' ' +
+                        std::to_string(change.size));
     for (const PairResult &pair : run.pairResults)
         lines.push_back("pair " + bytes(pair.name) + ": " + std::to_string(pair.copied) + ", " +
                         std::to_string(pair.bytes) + ", " + std::to_string(pair.errors) +
@@ -121,31 +86,8 @@ Lines sorted(Lines lines) {
     return lines;
 }
 
-Lines misrecorded(const SyncRun &run, const std::vector<SyncJob> &jobs) {
-    Lines wrong;
-    std::set<QUuid> ids;
-    for (const ChangeRecord &change : run.changes) {
-        const SyncJob *job = change.pairID ? jobOf(jobs, *change.pairID, change.pairName) : nullptr;
-        const fs::path rel = Text::toPath(change.relPath);
-        if (!job || !ids.insert(change.id).second || Text::toPath(change.path) != job->backup / rel ||
-            change.fromPath != Text::fromPath(job->original / rel))
-            wrong.push_back("change " + bytes(change.relPath));
-    }
-    for (const SkippedItem &item : run.skipped) {
-        const SyncJob *job = jobOf(jobs, item.pairID, item.pairName);
-        if (!job || !ids.insert(item.id).second ||
-            Text::toPath(item.path) != job->original / Text::toPath(item.relPath))
-            wrong.push_back("skip " + bytes(item.relPath));
-    }
-    for (const PairResult &pair : run.pairResults) {
-        if (!jobOf(jobs, pair.pairID, pair.name))
-            wrong.push_back("pair " + bytes(pair.name));
-    }
-    return wrong;
-}
-
-void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content,
-               FileTime mtime, std::size_t size) {
+void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content, FileTime mtime,
+               std::size_t size) {
     for (int i = 0; i < count; ++i) {
         std::string all = content + std::to_string(i);
         all.resize(std::max(all.size(), size), '.');
@@ -182,32 +124,6 @@ Lines wrongAfterStop(const SyncRun &run, const std::map<std::string, std::string
     if (run.filesCopied != static_cast<std::int64_t>(run.changes.size()) + run.changesOmitted)
         wrong.push_back("files copied: " + std::to_string(run.filesCopied));
     return wrong;
-}
-
-void refuseRenameAcross(int plain, int exclusive) {
-    const auto refusing = [](long number, int error) {
-        constexpr auto argument = [](unsigned index) {
-            return static_cast<std::uint32_t>(offsetof(seccomp_data, args) + index * sizeof(std::uint64_t));
-        };
-        sock_filter rules[] = {
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 5),
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, argument(0)),
-            BPF_STMT(BPF_MISC | BPF_TAX, 0),
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, argument(2)),
-            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_X, 0, 1, 0),
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        };
-        const sock_fprog program = {static_cast<unsigned short>(std::size(rules)), rules};
-        ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-        if (::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
-            throw std::system_error(errno, std::generic_category(), "prctl");
-    };
-    if (plain != 0)
-        refusing(SYS_renameat, plain);
-    if (exclusive != 0)
-        refusing(SYS_renameat2, exclusive);
 }
 
 } // namespace RunUnderTest

@@ -11,13 +11,12 @@ namespace RunUnderTest {
 
 using Lines = std::vector<std::string>;
 
-/// A tree that is the home folder and holds the cache folder for as long as it lives. Folders are relative to
-/// its top.
+/// A tree that is the home folder of this process from now on and holds the cache folder. Folders are relative to its
+/// top.
 class Sandbox : public TestTree {
   public:
     /// The cache folder, and with it the temporary area, is `cacheFolder`; by default "cache" in the tree.
     explicit Sandbox(const fs::path &cacheFolder = {});
-    ~Sandbox();
 
     /// A job from "NAME" to "OneDrive/NAME", or to `backup`.
     SyncJob job(const std::string &name, const fs::path &backup = {}) const;
@@ -25,28 +24,10 @@ class Sandbox : public TestTree {
     /// The temporary items of the program anywhere in the tree.
     Lines leftovers() const { return leftoversIn(top()); }
     static Lines leftoversIn(const fs::path &folder);
-
-  private:
-    class Variable {
-      public:
-        Variable(const char *variable, const fs::path &value);
-        ~Variable();
-        Variable(const Variable &) = delete;
-        Variable &operator=(const Variable &) = delete;
-
-      private:
-        const char *name;
-        std::string before;
-        bool wasSet;
-    };
-
-    Variable home;
-    Variable cache;
 };
 
-SyncRun run(const std::vector<SyncJob> &jobs);
 SyncRun run(
-    const std::vector<SyncJob> &jobs, const CancelToken &token,
+    const std::vector<SyncJob> &jobs, const CancelToken &token = CancelToken(),
     const ProgressReporter::Report &report = [](const SyncProgress &) {});
 
 /// Everything that a record holds but its dates and ids: "copied FILES, BYTES" with what else is not 0, the
@@ -55,24 +36,15 @@ SyncRun run(
 Lines told(const SyncRun &run);
 Lines sorted(Lines lines);
 
-/// What is wrong with the paths and ids of the changes and skipped items of a run of `jobs`; empty when
-/// nothing is.
-Lines misrecorded(const SyncRun &run, const std::vector<SyncJob> &jobs);
-
 /// `count` files of `size` bytes, "FOLDER/00", "FOLDER/01" and so on, their contents beginning with
 /// `content`.
-void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content,
-               FileTime mtime, std::size_t size = 40);
+void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content, FileTime mtime,
+               std::size_t size = 40);
 
 /// What a stopped run may have left: every file of the backup is as it was `before` or as in the original,
 /// and the run recorded exactly those that changed. Returns what is wrong.
 Lines wrongAfterStop(const SyncRun &run, const std::map<std::string, std::string> &original,
                      const std::map<std::string, std::string> &before,
                      const std::map<std::string, std::string> &backup);
-
-/// From now on the kernel refuses a rename between two different open folders: renameat() with `plain`,
-/// renameat2() with `exclusive` (0: it is let through). There is no way back, so only for a forked child.
-/// Failures throw.
-void refuseRenameAcross(int plain, int exclusive);
 
 } // namespace RunUnderTest

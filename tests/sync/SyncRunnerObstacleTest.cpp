@@ -34,9 +34,8 @@ TEST_P(ObstacleTest, IsLeftAloneAndReported) {
     GetParam().prepare(box);
     auto expected = box.snapshot("OneDrive/A");
     Lines lines = told(run({box.job("A")}));
-    std::erase_if(lines, [](const std::string &line) {
-        return !line.starts_with("error: ") && !line.starts_with("fatal");
-    });
+    std::erase_if(lines,
+                  [](const std::string &line) { return !line.starts_with("error: ") && !line.starts_with("fatal"); });
     EXPECT_EQ(lines, GetParam().errors);
     expected["other"] = box.snapshot("A")["other"];
     EXPECT_EQ(box.snapshot("OneDrive/A"), expected);
@@ -49,36 +48,22 @@ void makeFifo(Sandbox &box, const std::string &relative) {
     ASSERT_EQ(::mkfifo((box / relative).c_str(), 0600), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    InTheWay, ObstacleTest,
-    testing::Values(Obstacle{"ALinkForAFile",
-                             [](Sandbox &box) {
-                                 box.file("outside");
-                                 box.link("OneDrive/A/sub/deeper/file", "../../../../outside");
-                             },
-                             {"error: A/sub/deeper/file: " + inTheWay}},
-                    Obstacle{"AFifoForAFile",
-                             [](Sandbox &box) { makeFifo(box, "OneDrive/A/sub/deeper/file"); },
-                             {"error: A/sub/deeper/file: " + inTheWay}},
-                    Obstacle{"ALinkForTheLastFolder",
-                             [](Sandbox &box) { box.link("OneDrive/A/sub/deeper", "../../../elsewhere"); },
-                             {"error: A/sub/deeper: couldn't create folder (" + inTheWay + ")",
-                              "error: A/sub/deeper/file: " + inTheWay}},
-                    Obstacle{"ALinkForAFolderOnTheWay",
-                             [](Sandbox &box) { box.link("OneDrive/A/sub", "../../elsewhere"); },
-                             {"error: A/sub: couldn't create folder (" + inTheWay + ")",
-                              "error: A/sub/deeper: couldn't create folder (" + inTheWay + ")",
-                              "error: A/sub/deeper/file: " + inTheWay}},
-                    Obstacle{"AFifoForTheLastFolder",
-                             [](Sandbox &box) { makeFifo(box, "OneDrive/A/sub/deeper"); },
-                             {"error: A/sub/deeper: couldn't create folder (" + inTheWay + ")",
-                              "error: A/sub/deeper/file: " + inTheWay}},
-                    Obstacle{"AFifoForAFolderOnTheWay",
-                             [](Sandbox &box) { makeFifo(box, "OneDrive/A/sub"); },
-                             {"error: A/sub: couldn't create folder (" + inTheWay + ")",
-                              "error: A/sub/deeper: couldn't create folder (" + inTheWay + ")",
-                              "error: A/sub/deeper/file: " + inTheWay}}),
-    [](const auto &row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(InTheWay, ObstacleTest,
+                         testing::Values(Obstacle{"ALinkForAFile",
+                                                  [](Sandbox &box) {
+                                                      box.file("outside");
+                                                      box.link("OneDrive/A/sub/deeper/file", "../../../../outside");
+                                                  },
+                                                  {"error: A/sub/deeper/file: " + inTheWay}},
+                                         Obstacle{"AFifoForAFile",
+                                                  [](Sandbox &box) { makeFifo(box, "OneDrive/A/sub/deeper/file"); },
+                                                  {"error: A/sub/deeper/file: " + inTheWay}},
+                                         Obstacle{"ALinkForAFolderOnTheWay",
+                                                  [](Sandbox &box) { box.link("OneDrive/A/sub", "../../elsewhere"); },
+                                                  {"error: A/sub: couldn't create folder (" + inTheWay + ")",
+                                                   "error: A/sub/deeper: couldn't create folder (" + inTheWay + ")",
+                                                   "error: A/sub/deeper/file: " + inTheWay}}),
+                         [](const auto &row) { return row.param.name; });
 
 TEST(SyncRunner, RemovesLeftoversButNothingOfTheUsers) {
     Sandbox box;
