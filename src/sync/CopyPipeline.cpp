@@ -7,7 +7,8 @@
 
 namespace {
 
-constexpr std::size_t batchFiles = 1000;
+/// Measured: with 1,000 the next batch waited for the flush of the last one; with 4,000 nothing more is gained.
+constexpr std::size_t batchFiles = 2000;
 constexpr std::int64_t batchBytes = 256 * 1024 * 1024;
 constexpr std::chrono::seconds batchTime(5);
 /// Each copy beside its target keeps two descriptors open, for its lock and for its folder, and two batches exist at a

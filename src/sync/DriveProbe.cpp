@@ -47,6 +47,7 @@ bool canReadPlanned(const FolderAnchor &original, const PairPlan &plan, const Pl
     return false;
 }
 
+/// With nothing else to try, the beginning of the failed file has to tell.
 bool canReadBeside(const FolderAnchor &original, const PlannedCopy &failed) {
     try {
         const FileDescriptor folder = OpenBelow::folder(original.descriptor(), PairPlan::rel(failed.folder));
@@ -59,10 +60,10 @@ bool canReadBeside(const FolderAnchor &original, const PlannedCopy &failed) {
             if (canRead(folder.get(), item.name.data()))
                 return true;
         }
+        return tried == 0 && canRead(folder.get(), failed.name);
     } catch (const std::system_error &) {
-        // Not even the folder.
+        return false; // not even the folder
     }
-    return false;
 }
 
 } // namespace
