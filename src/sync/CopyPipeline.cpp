@@ -70,15 +70,15 @@ int CopyPipeline::flushPublished() {
 
 int CopyPipeline::flushAndPublish(Batch &batch) const {
     const int error = flush(batch.volumes);
+    if (error != 0)
+        return error;
     for (CopyInProgress &item : batch.items) {
-        if (error != 0)
-            break;
         if (item.staged)
             publish(item);
         if (item.publishFailure)
             break;
     }
-    return error;
+    return 0;
 }
 
 void CopyPipeline::start() {

@@ -80,8 +80,7 @@ void SyncRunner::planAll() {
             plan(job);
         } catch (const std::exception &error) {
             // Nothing that can be foreseen comes here but a lack of memory; the other pairs may be smaller.
-            run.errors.push_back(job.name + QStringLiteral(": ") + Text::fromBytes(error.what()));
-            run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1});
+            turnAway(job, job.name + QStringLiteral(": ") + Text::fromBytes(error.what()), std::nullopt);
         }
     }
 }
@@ -106,7 +105,7 @@ void SyncRunner::plan(const SyncJob &job) {
     planned.push_back(std::move(entry));
 }
 
-void SyncRunner::turnAway(const SyncJob &job, const QString &line, const QString &note) {
+void SyncRunner::turnAway(const SyncJob &job, const QString &line, const std::optional<QString> &note) {
     run.errors.push_back(line);
     run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1, .note = note});
 }
@@ -144,8 +143,7 @@ void SyncRunner::executeAll() {
         try {
             PairExecution(job, {run, reporter, token, temp, releaseOriginals}).carryOut();
         } catch (const std::exception &error) {
-            run.errors.push_back(job.job->name + QStringLiteral(": ") + Text::fromBytes(error.what()));
-            run.pairResults.push_back({.pairID = job.job->pairID, .name = job.job->name, .errors = 1});
+            turnAway(*job.job, job.job->name + QStringLiteral(": ") + Text::fromBytes(error.what()), std::nullopt);
         }
         job.original.close();
         job.backup.close();

@@ -5,6 +5,7 @@
 #include "sync/ProgressReporter.h"
 #include "sync/SyncJob.h"
 
+#include <optional>
 #include <vector>
 
 struct PlannedJob;
@@ -26,7 +27,7 @@ class SyncRunner {
   private:
     void planAll();
     void plan(const SyncJob &job);
-    void turnAway(const SyncJob &job, const QString &line, const QString &note);
+    void turnAway(const SyncJob &job, const QString &line, const std::optional<QString> &note);
     void clearLeftovers();
     void startCopying();
     void executeAll();
