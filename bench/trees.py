@@ -100,7 +100,7 @@ def read_facts(top):
 
 
 def read_contents(top):
-    """Reads every file once, so that the first run finds the same cache as the later ones."""
+    """Reads every file once, so that every run finds the same warm cache."""
     for folder, _, names in os.walk(top):
         for name in names:
             with open(os.path.join(folder, name), "rb", buffering=0) as file:
