@@ -1,12 +1,12 @@
 #include "app/BackupCommand.h"
 
+#include "app/Arguments.h"
 #include "app/Console.h"
 #include "app/ResultText.h"
 #include "app/StopSignals.h"
 #include "app/TarnwickBasicMain.h"
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "records/Json.h"
 #include "store/Locations.h"
 #include "sync/PairPlanJson.h"
 #include "sync/PlanText.h"
@@ -14,6 +14,7 @@
 #include "sync/SyncRunner.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -33,23 +34,17 @@ struct Options {
 
 /// None when the arguments make no sense.
 std::optional<Options> parse(const std::vector<std::string> &arguments) {
+    static constexpr std::array known = {"--backup", "--dry-run", "--json"};
+    const std::optional<Arguments> given = Arguments::parse(arguments, known);
+    if (!given || given->words.size() != 2)
+        return std::nullopt;
     Options options;
-    bool onlyFolders = false;
-    for (const std::string &argument : arguments) {
-        if (onlyFolders || !argument.starts_with("--"))
-            options.folders.emplace_back(argument);
-        else if (argument == "--")
-            onlyFolders = true;
-        else if (argument == "--dry-run")
-            options.dryRun = true;
-        else if (argument == "--json")
-            options.json = true;
-        else if (argument != "--backup")
-            return std::nullopt;
-    }
+    options.folders.assign(given->words.begin(), given->words.end());
+    options.dryRun = given->has("--dry-run");
+    options.json = given->has("--json");
     const bool hasEmpty = std::any_of(options.folders.begin(), options.folders.end(),
                                       [](const fs::path &folder) { return folder.empty(); });
-    return options.folders.size() == 2 && !hasEmpty ? std::optional(options) : std::nullopt;
+    return hasEmpty ? std::nullopt : std::optional(options);
 }
 
 fs::path resolved(const fs::path &path) {
@@ -113,13 +108,7 @@ int backUp(const SyncJob &job, const CancelToken &token, bool json) {
     SyncRun run = runner.perform();
     run.finished = QDateTime::currentDateTimeUtc();
     line.clear();
-    if (json)
-        Console::outDocument(Json::toBytes(run));
-    else
-        ResultText::print(run, &Console::out);
-    if (run.cancelled)
-        return Stopped;
-    return run.fatal || !run.errors.empty() ? Trouble : Clean;
+    return ResultText::report(run, json ? ResultText::Form::Json : ResultText::Form::Lines);
 }
 
 } // namespace

@@ -1,7 +1,10 @@
 #include "app/ResultText.h"
 
+#include "app/Console.h"
+#include "app/TarnwickBasicMain.h"
 #include "base/Fmt.h"
 #include "base/Text.h"
+#include "records/Json.h"
 #include "sync/OneDriveNames.h"
 
 namespace ResultText {
@@ -33,6 +36,16 @@ void print(const SyncRun &run, const Line &line) {
     printAll(run.conflicts, line);
     printAll(run.keptNewer, line);
     printAll(run.notes, line);
+}
+
+int report(const SyncRun &run, Form form) {
+    if (form == Form::Json)
+        Console::outDocument(Json::toBytes(run));
+    else
+        print(run, &Console::out);
+    if (run.cancelled)
+        return TarnwickBasicMain::Stopped;
+    return run.fatal || !run.errors.empty() ? TarnwickBasicMain::Trouble : TarnwickBasicMain::Clean;
 }
 
 void print(const PairPlan &plan, const Line &line) {

@@ -2,11 +2,14 @@
 
 #include "sync/CancelToken.h"
 
+#include <functional>
+
 /// Stopping a run from outside.
 namespace StopSignals {
 
 /// From now on the first SIGINT, SIGTERM or SIGHUP cancels the token, and a second one ends the process at once with
-/// status 130. Call it once, before any other thread exists; `token` must live as long as the process.
-void cancelOnSignal(CancelToken &token);
+/// status 130. `then` is called after the cancel, on a thread of its own. Call this once, before any other thread
+/// exists; `token` must live as long as the process.
+void cancelOnSignal(CancelToken &token, std::function<void()> then = nullptr);
 
 } // namespace StopSignals

@@ -1,11 +1,18 @@
 #include "app/TarnwickBasicMain.h"
 
+#include "app/AppTest.h"
 #include "app/BackupCommand.h"
 #include "app/Console.h"
+#include "app/FolderCommands.h"
+#include "app/SyncCommand.h"
 #include "app/Version.h"
+#include "base/Paths.h"
 #include "store/TestRoot.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,21 +28,53 @@ constexpr const char *help =
 
   tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]
                      back up one folder, once; no settings are touched
+  tarnwick-basic --sync [NAME-OR-ID ...] [--json]
+                     sync all ready folders of the list, or the named ones
+  tarnwick-basic --list [--json]
+                     show the folder list and what is ready
+  tarnwick-basic --add ORIGINAL BACKUP
+                     add a folder to the list
+  tarnwick-basic --remove NAME-OR-ID
+                     take a folder out of the list; its backup stays
+  tarnwick-basic --selftest [--keep]
+                     test the whole program in a folder of its own
+  tarnwick-basic --apptest SECONDS
+                     run the application in a test root and print what happens
   tarnwick-basic --help | --version
 
   --dry-run   show what would be done and change nothing
   --json      print the result as one JSON object
+  --keep      don't delete the self-test's folder
 
 Nothing in BACKUP is ever removed, nothing in ORIGINAL is ever changed, and a newer
 file in BACKUP is never replaced by an older one.
 
-Exit status: 0 all is well; 1 something could not be backed up; 2 wrong usage;
-3 refused to start; 130 stopped by Ctrl-C.)";
+Exit status: 0 all is well; 1 something could not be backed up; 2 wrong usage or
+nothing could be done; 3 refused to start; 130 stopped by Ctrl-C.)";
 
 /// What follows "--" is never an option.
 bool has(const std::vector<std::string> &arguments, const char *option) {
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
     return std::find(arguments.begin(), end, option) != end;
+}
+
+/// The argument after the first `option`; none when there is none.
+std::optional<std::string> valueOf(const std::vector<std::string> &arguments, const char *option) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    const auto found = std::find(arguments.begin(), end, option);
+    return found == end || found + 1 == arguments.end() ? std::nullopt : std::optional(*(found + 1));
+}
+
+double secondsFrom(const std::string &text) {
+    bool isNumber = false;
+    const double seconds = QByteArray::fromStdString(text).toDouble(&isNumber);
+    return isNumber && std::isfinite(seconds) ? seconds : 60;
+}
+
+/// Read before the working directory changes.
+void makeSupportDirAbsolute() {
+    if (const char *folder = std::getenv("TARNWICK_SUPPORT_DIR"))
+        ::setenv("TARNWICK_SUPPORT_DIR", Paths::standardised(folder).c_str(), 1);
 }
 
 /// A standard stream that is missing would be taken by the next file that is opened, and what is printed would go
@@ -62,6 +101,9 @@ int run(int argc, char **argv) {
                                       "won't run against real folders."));
         return Refused;
     }
+    makeSupportDirAbsolute();
+    if (const std::optional<std::string> seconds = valueOf(arguments, "--apptest"))
+        return SelfTest::app(secondsFrom(*seconds));
     if (has(arguments, "--help")) {
         Console::out(QString::fromUtf8(help));
         return Clean;
@@ -72,6 +114,14 @@ int run(int argc, char **argv) {
     }
     if (has(arguments, "--backup"))
         return BackupCommand::run(arguments);
+    if (has(arguments, "--sync"))
+        return SyncCommand::run(arguments);
+    if (has(arguments, "--list"))
+        return FolderCommands::list(arguments);
+    if (has(arguments, "--add"))
+        return FolderCommands::add(arguments);
+    if (has(arguments, "--remove"))
+        return FolderCommands::remove(arguments);
     Console::error(QStringLiteral("tarnwick-basic: nothing to do; see tarnwick-basic --help"));
     return WrongUsage;
 }

@@ -9,9 +9,12 @@
 #include <iterator>
 #include <optional>
 
+#include <fcntl.h>
 #include <sys/sysmacros.h>
 
 namespace {
+
+constexpr const char *mountInfo = "/proc/self/mountinfo";
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
     std::vector<std::string_view> fields;
@@ -70,8 +73,12 @@ std::optional<MountEntry> entryOf(std::string_view line) {
 } // namespace
 
 MountTable MountTable::read() {
-    std::ifstream file("/proc/self/mountinfo", std::ios::binary);
+    std::ifstream file(mountInfo, std::ios::binary);
     return parse(std::string(std::istreambuf_iterator<char>(file), {}));
+}
+
+FileDescriptor MountTable::openForChanges() {
+    return FileDescriptor(::open(mountInfo, O_RDONLY | O_CLOEXEC));
 }
 
 MountTable MountTable::parse(std::string_view text) {

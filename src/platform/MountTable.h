@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -28,6 +30,10 @@ class MountTable {
     static MountTable read();
     /// From the text form of /proc/self/mountinfo; lines that make no sense are left out.
     static MountTable parse(std::string_view text);
+
+    /// A descriptor on which the kernel signals an exceptional condition (POLLPRI) after each change of the table. Not
+    /// open when the kernel does not tell.
+    static FileDescriptor openForChanges();
 
     const std::vector<MountEntry> &entries() const { return mounts; }
     /// The mount with this id, or null.

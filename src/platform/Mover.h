@@ -1,10 +1,6 @@
 #pragma once
 
-/// One name in an open folder.
-struct NameAt {
-    int folder;
-    const char *name;
-};
+#include "platform/NameAt.h"
 
 /// Renames within one volume. Remembers what its file system can do, so keep one per volume.
 class Mover {

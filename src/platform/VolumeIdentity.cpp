@@ -58,6 +58,38 @@ std::optional<std::string> label(const MountEntry &entry, const fs::path &links)
     return linkTo(entry, links);
 }
 
+namespace {
+
+/// The object path ends in the device's name; every byte that is no letter or digit stands as "_" and two
+/// hexadecimal digits.
+std::string deviceNameOf(std::string_view object) {
+    object.remove_prefix(object.rfind('/') + 1);
+    std::string name;
+    for (std::size_t i = 0; i < object.size(); ++i) {
+        const bool isEscape = object[i] == '_' && i + 2 < object.size();
+        name += isEscape ? static_cast<char>(hexDigit(object[i + 1]) * 16 + hexDigit(object[i + 2])) : object[i];
+        i += isEscape ? 2 : 0;
+    }
+    return name;
+}
+
+} // namespace
+
+std::vector<fs::path> mountPointsOf(std::string_view udisksObject) {
+    const std::string device = "/dev/" + deviceNameOf(udisksObject);
+    struct stat facts = {};
+    const bool isBlock = ::stat(device.c_str(), &facts) == 0 && S_ISBLK(facts.st_mode);
+    std::vector<fs::path> mountPoints;
+    const MountTable table = MountTable::read();
+    for (const MountEntry &entry : table.entries()) {
+        // By number where the mount names the device otherwise (an encrypted drive), by name where the file system
+        // has a number of its own (btrfs).
+        if (entry.source == device || (isBlock && entry.device == facts.st_rdev))
+            mountPoints.push_back(entry.mountPoint);
+    }
+    return mountPoints;
+}
+
 bool deviceExists(dev_t device) {
     if (major(device) == 0)
         return true;

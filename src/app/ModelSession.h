@@ -1,0 +1,38 @@
+#pragma once
+
+#include "app/SettingsLock.h"
+#include "desktop/DriveEvents.h"
+
+#include <QCoreApplication>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+class AppModel;
+
+/// What a mode without a window needs around the model: the event loop, the settings folder to itself, the drive
+/// events, and an orderly end.
+class ModelSession {
+  public:
+    ModelSession();
+    ~ModelSession();
+
+    /// Why the session can't go on: another process runs on these settings. None when all is well.
+    std::optional<QString> refusal() const;
+
+    AppModel &model();
+    /// From now on drives that come and go are the model's business.
+    void followDrives();
+    /// Turns the event loop for so long.
+    static void settle(int milliseconds);
+
+    /// Stops a running sync safely and writes everything down that waits to be written. A sync that hangs in the kernel
+    /// is not waited for: the process ends here then.
+    void end(int exitStatus);
+
+  private:
+    SettingsLock lock;
+    std::unique_ptr<QCoreApplication> application;
+    std::unique_ptr<DriveEvents> drives;
+};

@@ -1,0 +1,213 @@
+#include "model/AppModel.h"
+
+#include "base/Text.h"
+#include "store/Locations.h"
+#include "store/Store.h"
+#include "sync/TempArea.h"
+
+#include <QStringList>
+#include <QTimer>
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int launchDelay = 20'000;
+
+bool isFolder(const fs::path &path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+/// A queue of its own: a sleeping drive holds up neither the profiles nor the log.
+void purgeInBackground(const std::vector<VolumeInfo> &drives) {
+    std::vector<fs::path> tops;
+    for (const VolumeInfo &drive : drives)
+        tops.push_back(drive.url);
+    SerialQueue().post([tops] { TempArea::purgeStale(tops); });
+}
+
+} // namespace
+
+AppModel &AppModel::shared() {
+    static AppModel *const model = new AppModel;
+    return *model;
+}
+
+AppModel::AppModel() : settings(Store::loadConfig()), runs(Store::loadHistory()) {
+    refreshEnvironment();
+}
+
+AppModel::~AppModel() = default;
+
+void AppModel::start(bool syncIfConnected) {
+    refreshEnvironment();
+    purgeInBackground(drives);
+    holdProfileWrites = true;
+    for (const VolumeInfo &drive : std::vector(drives))
+        importProfileIfNeeded(drive);
+    holdProfileWrites = false;
+    writeProfiles();
+    if (!syncIfConnected || !settings.autoSyncOnConnect || readyPairs().empty())
+        return;
+    QTimer::singleShot(launchDelay, Qt::PreciseTimer, this, [this] {
+        if (!stopped && !busy() && !readyPairs().empty())
+            sync(std::nullopt, SyncTrigger::launch);
+    });
+}
+
+void AppModel::refreshEnvironment() {
+    std::vector<VolumeInfo> drivesNow = Locations::externalVolumes();
+    std::vector<Path> rootsNow = Locations::oneDriveRoots();
+    if (drivesNow == drives && rootsNow == roots)
+        return;
+    drives = std::move(drivesNow);
+    roots = std::move(rootsNow);
+    noteChange();
+}
+
+// State
+
+void AppModel::noteChange() {
+    if (std::exchange(changeIsDue, true))
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            changeIsDue = false;
+            Q_EMIT changed();
+        },
+        Qt::QueuedConnection);
+}
+
+void AppModel::setConfig(const AppConfig &value) {
+    if (value == settings)
+        return;
+    const AppConfig before = std::exchange(settings, value);
+    noteChange();
+    Store::save(settings);
+    if (settings.pairs != before.pairs)
+        writeProfiles();
+    if (settings.oneDriveRootPath != before.oneDriveRootPath)
+        refreshEnvironment();
+}
+
+void AppModel::setBanner(std::optional<QString> text) {
+    notice = std::move(text);
+    noteChange();
+}
+
+void AppModel::setTab(MainTab value) {
+    shownTab = value;
+    noteChange();
+}
+
+void AppModel::setSelectedRunID(std::optional<QUuid> value) {
+    selectedRun = value;
+    noteChange();
+}
+
+void AppModel::setShowingAddFolder(bool value) {
+    addFolderIsShown = value;
+    noteChange();
+}
+
+void AppModel::showSampleHistory(std::vector<SyncRun> sample) {
+    runs = std::move(sample);
+    selectedRun = runs.empty() ? std::nullopt : std::optional(runs.front().id);
+    noteChange();
+}
+
+// Derived values
+
+std::optional<AppModel::Path> AppModel::oneDriveRoot() const {
+    if (settings.oneDriveRootPath) {
+        const Path chosen = Text::toPath(*settings.oneDriveRootPath);
+        if (isFolder(chosen))
+            return chosen;
+    }
+    return roots.empty() ? std::nullopt : std::optional(roots.front());
+}
+
+std::vector<FolderPair> AppModel::enabledPairs() const {
+    std::vector<FolderPair> pairs;
+    std::copy_if(settings.pairs.begin(), settings.pairs.end(), std::back_inserter(pairs),
+                 [](const FolderPair &pair) { return pair.enabled; });
+    return pairs;
+}
+
+std::vector<FolderPair> AppModel::readyPairs() const {
+    std::vector<FolderPair> pairs = enabledPairs();
+    std::erase_if(pairs, [this](const FolderPair &pair) { return !Locations::resolveOriginal(pair, drives); });
+    return pairs;
+}
+
+bool AppModel::hasHomePairs() const {
+    return std::any_of(settings.pairs.begin(), settings.pairs.end(),
+                       [](const FolderPair &pair) { return pair.volumeUUID == Locations::homeKey; });
+}
+
+std::vector<QString> AppModel::connectedDriveNames() const {
+    std::vector<QString> names;
+    for (const VolumeInfo &drive : drives)
+        names.push_back(drive.name);
+    return names;
+}
+
+bool AppModel::canSync() const {
+    return !busy() && !readyPairs().empty() && oneDriveRoot();
+}
+
+std::optional<QString> AppModel::syncBlocker() const {
+    if (settings.pairs.empty())
+        return QStringLiteral("Add a folder to back it up to OneDrive.");
+    const std::vector<FolderPair> enabled = enabledPairs();
+    if (enabled.empty())
+        return QStringLiteral("Tick a folder to back it up.");
+    if (!oneDriveRoot())
+        return QStringLiteral("OneDrive wasn't found on this Mac. Open Settings to choose your OneDrive folder.");
+    if (!readyPairs().empty())
+        return std::nullopt;
+    std::set<QString> names;
+    for (const FolderPair &pair : enabled)
+        names.insert(pair.volumeName);
+    return QStringLiteral("Connect “") + QStringList(names.begin(), names.end()).join(QStringLiteral(", ")) +
+           QStringLiteral("” to sync.");
+}
+
+std::optional<AppModel::Path> AppModel::backupURL(const FolderPair &pair) const {
+    const std::optional<Path> root = oneDriveRoot();
+    if (!root || pair.backupRelPath.isEmpty())
+        return root;
+    // Joined as text: a stored path that begins with "/" must not replace OneDrive's.
+    return Path(root->native() + '/' + Text::toBytes(pair.backupRelPath));
+}
+
+std::vector<PairRow> AppModel::rows() const {
+    std::vector<PairRow> result;
+    for (const FolderPair &pair : settings.pairs) {
+        PairRow row;
+        row.pair = pair;
+        row.number = static_cast<int>(result.size()) + 1;
+        row.connected = Locations::resolveOriginal(pair, drives).has_value();
+        row.backupURL = backupURL(pair);
+        row.backupExists = row.backupURL && isFolder(*row.backupURL);
+        result.push_back(std::move(row));
+    }
+    return result;
+}
+
+std::optional<AppModel::Path> AppModel::originalURL(const FolderPair &pair) const {
+    const std::optional<Locations::ResolvedFolder> found = Locations::resolveOriginal(pair, drives);
+    return found ? std::optional(found->folder) : std::nullopt;
+}
+
+std::optional<std::size_t> AppModel::pairIndex(const QUuid &id) const {
+    const auto found = std::find_if(settings.pairs.begin(), settings.pairs.end(),
+                                    [&](const FolderPair &pair) { return pair.id == id; });
+    return found == settings.pairs.end() ? std::nullopt
+                                         : std::optional(static_cast<std::size_t>(found - settings.pairs.begin()));
+}

@@ -1,0 +1,88 @@
+#include "platform/AtomicFile.h"
+
+#include "base/FileDescriptor.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace AtomicFile {
+
+namespace {
+
+[[noreturn]] void fail(const char *call) {
+    throw std::system_error(errno, std::generic_category(), call);
+}
+
+void writeAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            fail("write");
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+void writeNew(NameAt at, std::string_view bytes) {
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    const FileDescriptor file(::openat(at.folder, at.name, flags, 0644));
+    if (!file)
+        fail("open");
+    writeAll(file.get(), bytes);
+    if (::fsync(file.get()) != 0)
+        fail("fsync");
+}
+
+} // namespace
+
+void write(NameAt at, std::string_view bytes) {
+    const std::string beside = '.' + std::string(at.name) + ".tmp";
+    ::unlinkat(at.folder, beside.c_str(), 0); // left by a process that was killed
+    try {
+        writeNew({at.folder, beside.c_str()}, bytes);
+        if (::renameat(at.folder, beside.c_str(), at.folder, at.name) != 0)
+            fail("rename");
+    } catch (...) {
+        ::unlinkat(at.folder, beside.c_str(), 0);
+        throw;
+    }
+    // The file is whole either way; this only makes the new one the one that a power cut leaves.
+    const FileDescriptor folder(::openat(at.folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder)
+        ::fsync(folder.get());
+}
+
+std::optional<std::string> read(NameAt at, std::size_t limit, LinkAtEnd link) {
+    const int follow = link == LinkAtEnd::IsFollowed ? 0 : O_NOFOLLOW;
+    const FileDescriptor file(::openat(at.folder, at.name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | follow));
+    struct stat facts = {};
+    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode))
+        return std::nullopt;
+    if (static_cast<std::size_t>(facts.st_size) > limit)
+        return std::nullopt;
+    std::string bytes(static_cast<std::size_t>(facts.st_size) + 1, '\0');
+    std::size_t got = 0;
+    for (;;) {
+        const ssize_t count = ::read(file.get(), bytes.data() + got, bytes.size() - got);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return std::nullopt;
+        if (count == 0)
+            break;
+        got += static_cast<std::size_t>(count);
+        if (got > limit)
+            return std::nullopt;
+        if (got == bytes.size())
+            bytes.resize(bytes.size() * 2); // it grew meanwhile
+    }
+    bytes.resize(got);
+    return bytes;
+}
+
+} // namespace AtomicFile
