@@ -44,7 +44,7 @@ int app(double seconds) {
         return TarnwickBasicMain::WrongUsage;
     }
     ModelSession session;
-    if (const std::optional<QString> refusal = session.refusal()) {
+    if (const std::optional<QString> refusal = session.claimSettings()) {
         Console::error(*refusal);
         return TarnwickBasicMain::WrongUsage;
     }
@@ -52,8 +52,8 @@ int app(double seconds) {
     QElapsedTimer timer;
     timer.start();
     model.onRunFinished = [&](const SyncRun &run) { printRun(timer, run); };
+    session.followDrives(); // first, so that a drive that comes meanwhile is not missed
     model.start(false);
-    session.followDrives();
     std::optional<QString> lastBanner;
     for (double left = seconds; left > 0; left = seconds - static_cast<double>(timer.elapsed()) / 1000) {
         ModelSession::settle(std::min(slice, static_cast<int>(std::ceil(std::min(left, 1.0) * 1000))));

@@ -126,7 +126,7 @@ int add(const std::vector<std::string> &arguments) {
     if (!given || given->words.size() != 2 || given->words[0].empty() || given->words[1].empty())
         return wrongUsage("--add ORIGINAL BACKUP");
     ModelSession session;
-    if (const std::optional<QString> refusal = session.refusal())
+    if (const std::optional<QString> refusal = session.claimSettings())
         return refuse(*refusal);
     session.model().start(false);
     const std::optional<QString> refusal =
@@ -142,7 +142,7 @@ int remove(const std::vector<std::string> &arguments) {
     if (!given || given->words.size() != 1)
         return wrongUsage("--remove NAME-OR-ID");
     ModelSession session;
-    if (const std::optional<QString> refusal = session.refusal())
+    if (const std::optional<QString> refusal = session.claimSettings())
         return refuse(*refusal);
     AppModel &model = session.model();
     model.start(false);

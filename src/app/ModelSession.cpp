@@ -1,16 +1,13 @@
 #include "app/ModelSession.h"
 
+#include "app/Locale.h"
 #include "model/AppModel.h"
 #include "store/Log.h"
 
 #include <QEventLoop>
 #include <QTimer>
 
-#include <clocale>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <langinfo.h>
 
 #include <unistd.h>
 
@@ -20,27 +17,20 @@ int argumentCount = 1;
 char programName[] = "tarnwick-basic";
 char *argumentList[] = {programName, nullptr};
 
-/// Qt complains on standard error about any other encoding.
-void useUtf8() {
-    std::setlocale(LC_ALL, "");
-    if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
-        ::setenv("LC_ALL", "C.UTF-8", 1);
-}
+} // namespace
 
-std::unique_ptr<QCoreApplication> makeApplication() {
-    useUtf8();
+std::unique_ptr<QCoreApplication> ModelSession::makeApplication() {
+    Locale::useUtf8();
     return std::make_unique<QCoreApplication>(argumentCount, argumentList);
 }
 
-} // namespace
-
-ModelSession::ModelSession() : application(makeApplication()) {
+ModelSession::ModelSession(std::unique_ptr<QCoreApplication> application) : eventLoop(std::move(application)) {
 }
 
 ModelSession::~ModelSession() = default;
 
-std::optional<QString> ModelSession::refusal() const {
-    if (lock.isHeld())
+std::optional<QString> ModelSession::claimSettings() {
+    if (lock.emplace().isHeld())
         return std::nullopt;
     return QStringLiteral("Tarnwick Basic is already running with these settings.");
 }
@@ -50,6 +40,8 @@ AppModel &ModelSession::model() {
 }
 
 void ModelSession::followDrives() {
+    // A working directory on a drive would keep it from being ejected; all paths are absolute by now.
+    [[maybe_unused]] const int ignored = ::chdir("/");
     drives = std::make_unique<DriveEvents>();
     QObject::connect(drives.get(), &DriveEvents::mounted, &model(), &AppModel::volumeMounted);
     QObject::connect(drives.get(), &DriveEvents::willUnmount, &model(), &AppModel::volumeWillUnmount);
@@ -68,6 +60,8 @@ void ModelSession::end(int exitStatus) {
     for (int waited = 0; model().busy() && waited < 10'000; waited += 50)
         settle(50);
     drives.reset();
+    if (AppModel::readOnly)
+        return; // nothing can wait to be written
     AppModel::flushProfiles(std::chrono::seconds(5));
     Log::shared().flush(std::chrono::seconds(5));
     if (model().busy()) {

@@ -15,11 +15,15 @@ class AppModel;
 /// events, and an orderly end.
 class ModelSession {
   public:
-    ModelSession();
+    explicit ModelSession(std::unique_ptr<QCoreApplication> application = makeApplication());
     ~ModelSession();
 
-    /// Why the session can't go on: another process runs on these settings. None when all is well.
-    std::optional<QString> refusal() const;
+    /// The event loop alone, in a locale with UTF-8.
+    static std::unique_ptr<QCoreApplication> makeApplication();
+
+    /// Takes the settings folder for this process, which whoever changes anything must do first. Why that can't be:
+    /// another process runs on these settings; none when all is well.
+    std::optional<QString> claimSettings();
 
     AppModel &model();
     /// From now on drives that come and go are the model's business.
@@ -32,7 +36,7 @@ class ModelSession {
     void end(int exitStatus);
 
   private:
-    SettingsLock lock;
-    std::unique_ptr<QCoreApplication> application;
+    std::optional<SettingsLock> lock;
+    std::unique_ptr<QCoreApplication> eventLoop;
     std::unique_ptr<DriveEvents> drives;
 };

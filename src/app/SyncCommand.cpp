@@ -42,14 +42,14 @@ std::optional<AppModel::PairIDs> chosen(const AppModel &model, const std::vector
 }
 
 int syncNow(ModelSession &session, const AppModel::PairIDs &ids, ResultText::Form form) {
+    if (stopRequest.isCancelled())
+        return Stopped; // from here on the model is told
     AppModel &model = session.model();
     Console::ProgressLine line;
     std::optional<SyncRun> finished;
     model.onRunFinished = [&](const SyncRun &run) { finished = run; };
     const auto shown =
         QObject::connect(&model, &AppModel::progressChanged, &model, [&] { line.show(model.progress()); });
-    if (stopRequest.isCancelled())
-        return Stopped;
     model.sync(ids, SyncTrigger::manual);
     if (!model.busy() && !finished) {
         Console::error(model.message().value_or(QString()));
@@ -60,7 +60,9 @@ int syncNow(ModelSession &session, const AppModel::PairIDs &ids, ResultText::For
     QObject::disconnect(shown);
     model.onRunFinished = nullptr;
     line.clear();
-    return ResultText::report(*finished, form);
+    const int status = ResultText::report(*finished, form);
+    // A drive that was ejected stops a sync, too, but nobody asked this process to stop.
+    return status == Stopped && !stopRequest.isCancelled() ? Trouble : status;
 }
 
 } // namespace
@@ -74,12 +76,12 @@ int run(const std::vector<std::string> &arguments) {
     }
     StopSignals::cancelOnSignal(stopRequest, &cancelModel);
     ModelSession session;
-    if (const std::optional<QString> refusal = session.refusal()) {
+    if (const std::optional<QString> refusal = session.claimSettings()) {
         Console::error(*refusal);
         return WrongUsage;
     }
+    session.followDrives(); // first, so that a drive that comes meanwhile is not missed
     session.model().start(false);
-    session.followDrives();
     int status = WrongUsage;
     if (const std::optional<AppModel::PairIDs> ids = chosen(session.model(), given->words))
         status = syncNow(session, *ids, given->has("--json") ? ResultText::Form::Json : ResultText::Form::Lines);

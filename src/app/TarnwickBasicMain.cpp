@@ -1,17 +1,22 @@
 #include "app/TarnwickBasicMain.h"
 
 #include "app/AppTest.h"
+#include "app/Application.h"
 #include "app/BackupCommand.h"
 #include "app/Console.h"
 #include "app/FolderCommands.h"
+#include "app/ModelSession.h"
+#include "app/Snapshot.h"
 #include "app/SyncCommand.h"
 #include "app/Version.h"
 #include "base/Paths.h"
+#include "selftest/SelfTestSuite.h"
 #include "store/TestRoot.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,6 +31,7 @@ namespace {
 constexpr const char *help =
     R"(Tarnwick Basic keeps a one-way backup of folders in your OneDrive folder.
 
+  tarnwick-basic     open the window
   tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]
                      back up one folder, once; no settings are touched
   tarnwick-basic --sync [NAME-OR-ID ...] [--json]
@@ -40,6 +46,8 @@ constexpr const char *help =
                      test the whole program in a folder of its own
   tarnwick-basic --apptest SECONDS
                      run the application in a test root and print what happens
+  tarnwick-basic --snapshot FILE.png [folders | activity | settings | addfolder]
+                     draw one screen into a picture
   tarnwick-basic --help | --version
 
   --dry-run   show what would be done and change nothing
@@ -63,6 +71,18 @@ std::optional<std::string> valueOf(const std::vector<std::string> &arguments, co
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
     const auto found = std::find(arguments.begin(), end, option);
     return found == end || found + 1 == arguments.end() ? std::nullopt : std::optional(*(found + 1));
+}
+
+int runSelfTest(const std::vector<std::string> &arguments) {
+    const std::unique_ptr<QCoreApplication> application = ModelSession::makeApplication();
+    const auto option = std::find(arguments.begin(), arguments.end(), "--selftest");
+    return SelfTestSuite::run({option + 1, arguments.end()});
+}
+
+/// The tab named after the image path of "--snapshot".
+std::string tabAfter(const std::vector<std::string> &arguments) {
+    const auto found = std::find(arguments.begin(), arguments.end(), "--snapshot");
+    return arguments.end() - found > 2 ? *(found + 2) : "folders";
 }
 
 double secondsFrom(const std::string &text) {
@@ -102,8 +122,12 @@ int run(int argc, char **argv) {
         return Refused;
     }
     makeSupportDirAbsolute();
+    if (has(arguments, "--selftest"))
+        return runSelfTest(arguments);
     if (const std::optional<std::string> seconds = valueOf(arguments, "--apptest"))
         return SelfTest::app(secondsFrom(*seconds));
+    if (const std::optional<std::string> path = valueOf(arguments, "--snapshot"))
+        return SelfTest::snapshot(*path, tabAfter(arguments));
     if (has(arguments, "--help")) {
         Console::out(QString::fromUtf8(help));
         return Clean;
@@ -122,8 +146,7 @@ int run(int argc, char **argv) {
         return FolderCommands::add(arguments);
     if (has(arguments, "--remove"))
         return FolderCommands::remove(arguments);
-    Console::error(QStringLiteral("tarnwick-basic: nothing to do; see tarnwick-basic --help"));
-    return WrongUsage;
+    return Application::run();
 }
 
 } // namespace TarnwickBasicMain

@@ -2,6 +2,10 @@
 
 #include "base/Text.h"
 
+#include <QLocale>
+#include <QStringList>
+
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <system_error>
@@ -20,6 +24,12 @@ constexpr std::array units = {Unit{"KB", 0}, Unit{"MB", 1}, Unit{"GB", 2}, Unit{
 double roundedTo(double value, int decimals) {
     const double scale = std::pow(10.0, decimals);
     return std::round(value * scale) / scale;
+}
+
+/// The "C" locale knows neither grouping nor a time of day that people read.
+QLocale userLocale() {
+    const QLocale system = QLocale::system();
+    return system.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedKingdom) : system;
 }
 
 } // namespace
@@ -41,6 +51,35 @@ QString byteCount(std::int64_t bytes) {
     while (number.contains(u'.') && (number.endsWith(u'0') || number.endsWith(u'.')))
         number.chop(1);
     return number + u' ' + QLatin1String(units[unit].name);
+}
+
+QString when(const QDateTime &moment, const QDateTime &now) {
+    const QDateTime local = moment.toLocalTime();
+    const QString time = userLocale().toString(local.time(), QLocale::ShortFormat);
+    const qint64 daysAgo = local.date().daysTo(now.toLocalTime().date());
+    if (daysAgo == 0)
+        return QStringLiteral("Today at ") + time;
+    if (daysAgo == 1)
+        return QStringLiteral("Yesterday at ") + time;
+    return userLocale().toString(local.date(), QStringLiteral("d MMM yyyy")) + QStringLiteral(" at ") + time;
+}
+
+QString duration(double seconds) {
+    const double whole = std::max(1.0, std::floor(seconds));
+    if (!(whole < 1e15))
+        return QString::number(seconds, 'f', 0) + u's';
+    const auto total = static_cast<std::int64_t>(whole);
+    const auto part = [](std::int64_t count, char unit) {
+        return count > 0 ? QString::number(count) + QLatin1Char(unit) : QString();
+    };
+    QStringList parts = total >= 3600 ? QStringList{part(total / 3600, 'h'), part(total / 60 % 60, 'm')}
+                                      : QStringList{part(total / 60, 'm'), part(total % 60, 's')};
+    parts.removeAll(QString());
+    return parts.join(u' ');
+}
+
+QString grouped(std::int64_t number) {
+    return userLocale().toString(static_cast<qlonglong>(number));
 }
 
 QString counted(std::int64_t count, const QString &noun) {

@@ -121,6 +121,13 @@ void AppModel::showSampleHistory(std::vector<SyncRun> sample) {
     noteChange();
 }
 
+void AppModel::showSampleProgress(const SyncProgress &sample) {
+    token = std::make_shared<CancelToken>();
+    currentProgress = sample;
+    Q_EMIT progressChanged();
+    noteChange();
+}
+
 // Derived values
 
 std::optional<AppModel::Path> AppModel::oneDriveRoot() const {

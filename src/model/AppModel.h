@@ -77,6 +77,9 @@ class AppModel : public QObject {
     /// Shows these runs instead of the history; nothing is saved.
     void showSampleHistory(std::vector<SyncRun> sample);
 
+    /// Shows a running sync that isn't there, for pictures; cancelSync() has no effect on it.
+    void showSampleProgress(const SyncProgress &sample);
+
     /// Called once after every finished run, when everything about it is saved.
     std::function<void(const SyncRun &run)> onRunFinished;
     /// Once true, every delayed sync is dropped when its time comes.

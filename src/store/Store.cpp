@@ -37,11 +37,14 @@ fs::path placeOfSupportDir() {
     return TestRoot::isActive() ? *TestRoot::url() / "Support" : dataFolder() / "Tarnwick Basic";
 }
 
-std::optional<QByteArray> readFile(const char *name) {
+std::optional<std::string> readFile(const char *name) {
     const fs::path file = supportDir() / name;
-    const std::optional<std::string> bytes =
-        AtomicFile::read({AT_FDCWD, file.c_str()}, std::numeric_limits<std::size_t>::max(), LinkAtEnd::IsFollowed);
-    return bytes ? std::optional(QByteArray::fromStdString(*bytes)) : std::nullopt;
+    return AtomicFile::read({AT_FDCWD, file.c_str()}, std::numeric_limits<std::size_t>::max(), LinkAtEnd::IsFollowed);
+}
+
+/// Without a copy: a full history is some 90 MB.
+QByteArray asBytes(const std::string &bytes) {
+    return QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()));
 }
 
 void writeFile(const char *name, const QByteArray &bytes) {
@@ -80,11 +83,11 @@ bool isTestMode() {
 }
 
 AppConfig loadConfig() {
-    const std::optional<QByteArray> bytes = readFile(configName);
+    const std::optional<std::string> bytes = readFile(configName);
     if (!bytes)
         return {};
     try {
-        return Json::fromBytes<AppConfig>(*bytes);
+        return Json::fromBytes<AppConfig>(asBytes(*bytes));
     } catch (const JsonError &error) {
         const std::string copy = setAside();
         Log::shared().write(QStringLiteral("Config could not be read (") + Text::fromBytes(error.what()) +
@@ -102,11 +105,11 @@ void save(const AppConfig &config) {
 }
 
 std::vector<SyncRun> loadHistory() {
-    const std::optional<QByteArray> bytes = readFile(historyName);
+    const std::optional<std::string> bytes = readFile(historyName);
     if (!bytes)
         return {};
     try {
-        return Json::fromBytes<std::vector<SyncRun>>(*bytes);
+        return Json::fromBytes<std::vector<SyncRun>>(asBytes(*bytes));
     } catch (const JsonError &) {
         return {};
     }

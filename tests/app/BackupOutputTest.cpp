@@ -61,4 +61,14 @@ TEST_F(BackupOutput, ADryRunChangesNothingAndTellsWhatTheRunWillDo) {
         EXPECT_NE(dry.out.find('\n' + line + '\n'), std::string::npos) << line << " is not in\n" << dry.out;
 }
 
+TEST_F(ProgramTest, ADateInTheFutureIsCopiedOnceAndNeverReplacedByAnOlderOne) {
+    tree.file("Photos/a.jpg", "from 2096", {4'000'000'000, 5});
+    EXPECT_EQ(backUp().run().out, "1 file copied (9 bytes)\n");
+    EXPECT_EQ(backUp().run().out, "Everything was already up to date\n");
+    tree.file("Photos/a.jpg", "from 2020");
+    EXPECT_EQ(backUp().run().out, "Everything was already up to date\n"
+                                  "Photos/a.jpg — the copy in OneDrive is newer, so it was left alone\n");
+    EXPECT_EQ(tree.read("OneDrive/Photos/a.jpg"), "from 2096");
+}
+
 } // namespace

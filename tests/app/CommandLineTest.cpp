@@ -5,6 +5,8 @@
 namespace {
 
 constexpr const char *usage = "usage: tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]\n";
+constexpr const char *noDisplay =
+    "Tarnwick Basic has no display to open its window on. See tarnwick-basic --help for what works without one.\n";
 constexpr const char *overlapping = "The backup folder can't be inside the original folder (or the other way round).\n";
 
 constexpr const char *noOriginal = "1 problem\nmissing: the folder is missing on the drive (@/missing)\n";
@@ -39,6 +41,8 @@ TEST_P(Refused, IsToldInOneSentenceAndNothingIsDone) {
     for (const std::string &argument : GetParam().arguments)
         program.words.push_back(inTree(argument));
     program.environment["TARNWICK_TEST_ROOT"] = inTree(GetParam().testRoot);
+    for (const char *variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        program.environment[variable] = "";
     const Program::Outcome outcome = program.run();
     EXPECT_EQ(outcome.status, GetParam().status);
     EXPECT_EQ(outcome.out, inTree(GetParam().out));
@@ -48,8 +52,7 @@ TEST_P(Refused, IsToldInOneSentenceAndNothingIsDone) {
 
 INSTANTIATE_TEST_SUITE_P(
     Arguments, Refused,
-    testing::Values(Row{"nothing", {}, 2, "tarnwick-basic: nothing to do; see tarnwick-basic --help\n"},
-                    Row{"one folder", {"--backup", "@/Photos"}, 2, usage},
+    testing::Values(Row{"nothing", {}, 2, noDisplay}, Row{"one folder", {"--backup", "@/Photos"}, 2, usage},
                     Row{"an unknown option", {"--backup", "@/Photos", "@/OneDrive/P", "--quiet"}, 2, usage},
                     Row{"options behind the mark", {"--backup", "@/Photos", "--", "@/OneDrive/P", "--json"}, 2, usage},
                     Row{"the same folder", {"--backup", "@/Photos/", "@/OneDrive/../Photos"}, 2, overlapping},

@@ -1,13 +1,16 @@
 #include "app/ProgramTest.h"
 
 #include "records/Json.h"
+#include "store/TestRoot.h"
 
 #include <cstdlib>
+#include <regex>
 #include <sstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -97,6 +100,49 @@ SyncRun ProgramTest::recordOf(const std::string &printed) {
     const SyncRun run = Json::fromBytes<SyncRun>(QByteArray::fromStdString(printed));
     EXPECT_EQ(printed, (Json::toBytes(run) + '\n').toStdString()) << "the layout of the program's own files";
     return run;
+}
+
+ModelTest::ModelTest() {
+    TestRoot::prepare(tree.top());
+    tree.file("Volumes/Stick/Photos/a.jpg");
+    tree.file("Home/Notes/n.txt", "note");
+    tree.dir("Home/OneDrive");
+    tree.file("Support/tarnwick-basic.lock", "");
+    const QString photos = QStringLiteral("Photos"), notes = QStringLiteral("Notes");
+    FolderPair onStick{.volumeName = QStringLiteral("Stick"), .sourceRelPath = photos, .backupRelPath = photos};
+    FolderPair atHome{.volumeName = QStringLiteral("This Mac"), .sourceRelPath = notes, .backupRelPath = notes};
+    atHome.volumeUUID = QStringLiteral("this-mac-home");
+    save({.pairs = {onStick, atHome}});
+}
+
+Program ModelTest::program(const std::string &arguments) const {
+    Program result;
+    if (::geteuid() == 0)
+        result.words = {"setpriv", "--bounding-set=-dac_override"};
+    result.words.push_back(TARNWICK_PROGRAM);
+    std::istringstream words(arguments);
+    for (std::string word; words >> word;)
+        result.words.push_back(inTree(word));
+    result.environment = {{"TARNWICK_TEST_ROOT", tree.top()}, {"TARNWICK_FAST_TIMERS", "1"}};
+    return result;
+}
+
+void ModelTest::save(const AppConfig &settings) {
+    tree.file("Support/config.json", Json::toBytes(settings).toStdString());
+}
+
+AppConfig ModelTest::settings() const {
+    return Json::fromBytes<AppConfig>(QByteArray::fromStdString(tree.read("Support/config.json")));
+}
+
+std::vector<SyncRun> ModelTest::history() const {
+    return Json::fromBytes<std::vector<SyncRun>>(QByteArray::fromStdString(tree.read("Support/history.json")));
+}
+
+std::string ModelTest::log() const {
+    const std::string path = "Home/Library/Logs/Tarnwick Basic/Tarnwick Basic.log";
+    const std::string text = fs::exists(tree / path) ? tree.read(path) : "";
+    return std::regex_replace(text, std::regex("(^|\n)\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d  "), "$1");
 }
 
 Untouched::Untouched(const fs::path &folder) : top(folder) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "records/AppConfig.h"
 #include "records/SyncRun.h"
 #include "support/TestTree.h"
 
@@ -50,6 +51,20 @@ class ProgramTest : public testing::Test {
     static SyncRun recordOf(const std::string &printed);
 
     TestTree tree;
+};
+
+/// A test root with "Photos" on the drive "Stick" and "Notes" in the home folder in its list of folders.
+class ModelTest : public ProgramTest {
+  protected:
+    ModelTest();
+
+    /// The program with the words of `arguments` in the test root, as a user who may not write everywhere.
+    Program program(const std::string &arguments) const;
+    void save(const AppConfig &settings);
+    AppConfig settings() const;
+    std::vector<SyncRun> history() const;
+    /// The log without the times.
+    std::string log() const;
 };
 
 /// What the system knows of every item of a tree, to find out that really nothing was done to it, not even reading it

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+
+class QApplication;
+
+/// What the modes with windows share.
+namespace Windows {
+
+/// Whether there is a display to show windows on (or a platform was chosen by hand).
+bool hasDisplay();
+
+/// The application object with its look. Without a display it draws offscreen.
+std::unique_ptr<QApplication> makeApplication();
+
+} // namespace Windows

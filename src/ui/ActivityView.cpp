@@ -1,0 +1,86 @@
+#include "ui/ActivityView.h"
+
+#include "model/AppModel.h"
+#include "ui/BannerView.h"
+#include "ui/EmptyStateView.h"
+#include "ui/Labels.h"
+#include "ui/RunDetailView.h"
+#include "ui/RunListModel.h"
+#include "ui/Separator.h"
+
+#include <QHBoxLayout>
+#include <QListView>
+
+ActivityView::ActivityView(AppModel &appModel, QWidget *parent)
+    : QWidget(parent), model(appModel),
+      banner(new BannerView(QStringLiteral("info.circle.fill"), [this] { model.setBanner(std::nullopt); })),
+      empty(new EmptyStateView(QStringLiteral("clock.arrow.circlepath"), QStringLiteral("No syncs yet"),
+                               QStringLiteral("Every sync is listed here with exactly which files were copied, so you "
+                                              "can open them in Finder."))),
+      runs(new RunListModel(this)), list(new QListView), detail(new RunDetailView) {
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    auto *notice = new QHBoxLayout;
+    notice->setContentsMargins(20, 10, 20, 0);
+    notice->addWidget(banner);
+    layout->addLayout(notice);
+    layout->addWidget(makeBar());
+    layout->addWidget(new Separator);
+    layout->addWidget(empty, 1);
+    layout->addWidget(history = makeHistory(), 1);
+}
+
+QWidget *ActivityView::makeBar() {
+    auto *bar = new QWidget;
+    auto *layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(16, 6, 16, 6);
+    layout->addWidget(Labels::make(QStringLiteral("Every sync, with the files it copied"),
+                                   Theme::font(Theme::Type::Callout), Labels::Strength::Secondary));
+    return bar;
+}
+
+QWidget *ActivityView::makeHistory() {
+    auto *both = new QWidget;
+    auto *layout = new QHBoxLayout(both);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    list->setModel(runs);
+    list->setItemDelegate(new RunListRow(list));
+    list->setFixedWidth(280);
+    list->setUniformItemSizes(true);
+    list->setMouseTracking(true);
+    list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setAccessibleName(QStringLiteral("Syncs, newest first"));
+    connect(list->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex &index) {
+        if (index.isValid() && !isRendering)
+            model.setSelectedRunID(runs->entryAt(index).id);
+    });
+    layout->addWidget(list);
+    layout->addWidget(new Separator(Qt::Vertical));
+    layout->addWidget(detail, 1);
+    return both;
+}
+
+void ActivityView::render() {
+    banner->render(model.banner(), Theme::accent(palette()));
+    empty->setVisible(model.history().empty());
+    history->setVisible(!model.history().empty());
+    isRendering = true;
+    runs->setRuns(model.history());
+    renderSelection();
+    isRendering = false;
+}
+
+void ActivityView::renderSelection() {
+    const std::vector<SyncRun> &shown = model.history();
+    if (shown.empty())
+        return;
+    QModelIndex selected = model.selectedRunID() ? runs->indexOf(*model.selectedRunID()) : QModelIndex();
+    if (!selected.isValid())
+        selected = runs->index(0);
+    if (list->currentIndex() != selected)
+        list->setCurrentIndex(selected);
+    detail->render(shown.at(static_cast<std::size_t>(selected.row())));
+}

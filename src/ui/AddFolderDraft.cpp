@@ -1,0 +1,68 @@
+#include "ui/AddFolderDraft.h"
+
+#include "base/Paths.h"
+#include "base/Text.h"
+#include "model/AppModel.h"
+#include "store/Locations.h"
+#include "sync/OneDriveNames.h"
+#include "ui/OneDriveText.h"
+
+namespace {
+
+QString lastComponent(const std::filesystem::path &path) {
+    return Text::fromBytes(Paths::lastComponent(Paths::standardised(path)));
+}
+
+} // namespace
+
+std::optional<AddFolderDraft::Path> AddFolderDraft::destination(const AppModel &model) const {
+    if (chosenFolder)
+        return chosenFolder;
+    const std::optional<Path> root = model.oneDriveRoot();
+    const QString trimmed = name.trimmed();
+    if (!root || trimmed.isEmpty() || trimmed.contains(u'/'))
+        return std::nullopt;
+    return *root / Text::toPath(trimmed);
+}
+
+QString AddFolderDraft::summary(const AppModel &model) const {
+    const std::optional<Path> target = destination(model);
+    if (!source || !target)
+        return QStringLiteral("Choose a folder to back up and a name for its folder in OneDrive.");
+    std::error_code ignored;
+    const bool exists = std::filesystem::is_directory(*target, ignored);
+    const std::optional<QString> inside = OneDriveText::location(*target, model.oneDriveRoot());
+    return QStringLiteral("“") + lastComponent(*source) + QStringLiteral("” will be backed up to ") +
+           inside.value_or(Locations::tildePath(*target)) +
+           (exists ? QStringLiteral(".") : QStringLiteral(" (the folder will be created)."));
+}
+
+void AddFolderDraft::setSource(const Path &folder) {
+    source = folder;
+    error.reset();
+    if (name.isEmpty() || !chosenFolder)
+        name = lastComponent(folder);
+}
+
+void AddFolderDraft::setChosenFolder(const Path &folder) {
+    chosenFolder = folder;
+    error.reset();
+}
+
+bool AddFolderDraft::add(AppModel &model) {
+    const std::optional<Path> target = destination(model);
+    if (!source || !target)
+        return false;
+    const QString newName = lastComponent(*target);
+    if (!chosenFolder && OneDriveNames::safe(newName) != newName) {
+        error = QStringLiteral("OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or end with a "
+                               "space). Choose another name.");
+        return false;
+    }
+    error = model.addPair(*source, *target);
+    if (error)
+        return false;
+    model.setBanner(QStringLiteral("Added “") + lastComponent(*source) +
+                    QStringLiteral("”. Press Sync Now to back it up."));
+    return true;
+}

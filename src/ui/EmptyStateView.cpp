@@ -1,0 +1,35 @@
+#include "ui/EmptyStateView.h"
+
+#include "ui/Glyph.h"
+#include "ui/Labels.h"
+
+#include <QHBoxLayout>
+
+EmptyStateView::EmptyStateView(const QString &systemImage, const QString &title, const QString &message,
+                               QWidget *parent)
+    : QWidget(parent) {
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(30, 30, 30, 30);
+    layout->setSpacing(10);
+    layout->addStretch();
+    auto *glyph = new GlyphView(systemImage, 38);
+    glyph->setColour(Theme::secondary(palette()));
+    layout->addWidget(glyph, 0, Qt::AlignHCenter);
+    layout->addWidget(Labels::make(title, Theme::font(Theme::Type::Headline, QFont::DemiBold)), 0, Qt::AlignHCenter);
+    QLabel *text = Labels::wrapping(message, Theme::font(Theme::Type::Body), Labels::Strength::Secondary);
+    text->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    text->setMaximumWidth(460);
+    // Stretches instead of an alignment: an aligned label loses the height of its further lines.
+    auto *row = new QHBoxLayout;
+    row->addStretch();
+    row->addWidget(text, 100);
+    row->addStretch();
+    layout->addLayout(row);
+    layout->addStretch();
+}
+
+void EmptyStateView::addControl(QWidget *control) {
+    auto *column = static_cast<QVBoxLayout *>(layout());
+    column->insertSpacing(column->count() - 1, 4);
+    column->insertWidget(column->count() - 1, control, 0, Qt::AlignHCenter);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+class QWidget;
+
+/// The folder-open panel: the desktop's own where it has one.
+namespace FolderPanel {
+
+struct Request {
+    QString title;
+    QString message; ///< shown where the panel can
+    QString confirm; ///< the label of its button
+    std::filesystem::path start;
+};
+
+/// Shows the panel, modal to `parent`; none when it was cancelled. New folders can be made in it.
+std::optional<std::filesystem::path> choose(QWidget *parent, const Request &request);
+
+using Chooser = std::function<std::optional<std::filesystem::path>(QWidget *parent, const Request &request)>;
+/// What answers instead of the panel; null for the panel itself. For tests.
+void answerWith(Chooser chooser);
+
+} // namespace FolderPanel

@@ -1,0 +1,103 @@
+#include "ui/Glyph.h"
+
+#include <QFile>
+#include <QIconEngine>
+#include <QPainter>
+#include <QPalette>
+#include <QPixmapCache>
+#include <QSvgRenderer>
+
+#include <utility>
+
+/// The macro wants to be used outside every namespace.
+static bool loadDrawings() {
+    Q_INIT_RESOURCE(glyphs);
+    return true;
+}
+
+namespace {
+
+QString fileOf(const QString &symbol) {
+    [[maybe_unused]] static const bool loaded = loadDrawings();
+    return QStringLiteral(":/glyphs/") + symbol + QStringLiteral(".svg");
+}
+
+class GlyphEngine : public QIconEngine {
+  public:
+    GlyphEngine(QString name, const QColor &tint) : symbol(std::move(name)), colour(tint) {}
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override {
+        const int size = std::min(rect.width(), rect.height());
+        const QRect square(rect.x(), rect.y() + (rect.height() - size) / 2, size, size);
+        const QColor tint =
+            mode == QIcon::Disabled ? QPalette().color(QPalette::Disabled, QPalette::ButtonText) : colour;
+        painter->drawPixmap(square, Glyph::pixmap(symbol, size, tint, painter->device()->devicePixelRatioF()));
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
+        QPixmap result(size);
+        result.fill(Qt::transparent);
+        QPainter painter(&result);
+        paint(&painter, QRect(QPoint(), size), mode, state);
+        return result;
+    }
+
+    QIconEngine *clone() const override { return new GlyphEngine(symbol, colour); }
+
+  private:
+    QString symbol;
+    QColor colour;
+};
+
+} // namespace
+
+QString Glyph::file(const QString &symbol) {
+    return fileOf(symbol);
+}
+
+bool Glyph::exists(const QString &symbol) {
+    return QFile::exists(fileOf(symbol));
+}
+
+QPixmap Glyph::pixmap(const QString &symbol, int size, const QColor &colour, qreal scale) {
+    const QString key = QStringLiteral("%1 %2 %3 %4").arg(symbol, colour.name(QColor::HexArgb)).arg(size).arg(scale);
+    QPixmap result;
+    if (QPixmapCache::find(key, &result))
+        return result;
+    const int pixels = qRound(size * scale);
+    result = QPixmap(pixels, pixels);
+    result.fill(Qt::transparent);
+    QPainter painter(&result);
+    QSvgRenderer(fileOf(symbol)).render(&painter, QRectF(0, 0, pixels, pixels));
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(result.rect(), colour);
+    painter.end();
+    result.setDevicePixelRatio(scale);
+    QPixmapCache::insert(key, result);
+    return result;
+}
+
+QIcon Glyph::icon(const QString &symbol, const QColor &colour) {
+    return QIcon(new GlyphEngine(symbol, colour));
+}
+
+GlyphView::GlyphView(QString symbol, int size, QWidget *parent)
+    : QWidget(parent), symbolName(std::move(symbol)), glyphSize(size) {
+    setFixedSize(size, size);
+}
+
+void GlyphView::setSymbol(const QString &name) {
+    symbolName = name;
+    update();
+}
+
+void GlyphView::setColour(const QColor &value) {
+    colour = value;
+    update();
+}
+
+void GlyphView::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    const QColor tint = colour.isValid() ? colour : palette().color(QPalette::WindowText);
+    painter.drawPixmap(rect(), Glyph::pixmap(symbolName, glyphSize, tint, devicePixelRatioF()));
+}

@@ -1,0 +1,56 @@
+#include "ui/HeaderBar.h"
+
+#include "model/AppModel.h"
+#include "ui/AppIcon.h"
+#include "ui/Labels.h"
+#include "ui/OneDriveText.h"
+#include "ui/StatusChip.h"
+
+#include <QHBoxLayout>
+#include <QStringList>
+
+namespace HeaderText {
+
+QString drives(const AppModel &model) {
+    const std::vector<QString> names = model.connectedDriveNames();
+    if (!names.empty())
+        return QStringList(names.begin(), names.end()).join(QStringLiteral(", "));
+    return model.hasHomePairs() ? QStringLiteral("This Mac") : QStringLiteral("No drive connected");
+}
+
+bool drivesAreOk(const AppModel &model) {
+    return !model.volumes().empty() || model.hasHomePairs();
+}
+
+QString oneDrive(const AppModel &model) {
+    const std::optional<std::filesystem::path> root = model.oneDriveRoot();
+    return root ? OneDriveText::displayName(*root) : QStringLiteral("OneDrive not found");
+}
+
+} // namespace HeaderText
+
+HeaderBar::HeaderBar(AppModel &appModel, QWidget *parent)
+    : QWidget(parent), model(appModel), driveChip(new StatusChip(QStringLiteral("externaldrive.fill"))),
+      oneDriveChip(new StatusChip(QStringLiteral("cloud.fill"))) {
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(20, 16, 20, 12);
+    layout->setSpacing(8);
+    layout->addWidget(new AppIconView(54));
+    layout->addSpacing(4);
+    auto *titles = new QVBoxLayout;
+    titles->setSpacing(1);
+    titles->addStretch();
+    titles->addWidget(Labels::make(QStringLiteral("Tarnwick Basic"), Theme::font(Theme::Type::Title, QFont::Bold)));
+    titles->addWidget(Labels::make(QStringLiteral("Free backup of your folders to OneDrive"),
+                                   Theme::font(Theme::Type::Callout), Labels::Strength::Secondary));
+    titles->addStretch();
+    layout->addLayout(titles);
+    layout->addStretch(1);
+    layout->addWidget(driveChip);
+    layout->addWidget(oneDriveChip);
+}
+
+void HeaderBar::render() {
+    driveChip->render(HeaderText::drivesAreOk(model), HeaderText::drives(model));
+    oneDriveChip->render(model.oneDriveRoot().has_value(), HeaderText::oneDrive(model));
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+class ActivityView;
+class AddFolderSheet;
+class AppModel;
+class FoldersView;
+class HeaderBar;
+class QAction;
+class QStackedWidget;
+class SettingsView;
+class SyncCard;
+class TabSwitch;
+
+/// The content of the main window. Shows the model's state and follows its changes.
+class MainView : public QWidget {
+  public:
+    explicit MainView(AppModel &appModel, QWidget *parent = nullptr);
+
+    /// The one action behind Sync Now: button, shortcut and menus trigger it.
+    QAction *syncNowAction() const { return syncNow; }
+
+    void render();
+
+  private:
+    QAction *makeSyncNow();
+    QWidget *makeTabBar();
+    void renderSheet();
+
+    AppModel &model;
+    QAction *syncNow;
+    HeaderBar *header;
+    SyncCard *card;
+    TabSwitch *tabs;
+    QStackedWidget *content;
+    FoldersView *folders;
+    ActivityView *activity;
+    SettingsView *settings;
+    QPointer<AddFolderSheet> sheet;
+};

@@ -1,0 +1,112 @@
+#include "ui/RunDetailView.h"
+
+#include "base/Text.h"
+#include "desktop/FileManager.h"
+#include "ui/Glyph.h"
+#include "ui/Labels.h"
+#include "ui/RunDetailModel.h"
+#include "ui/RunDetailRow.h"
+#include "ui/StatTile.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QListView>
+#include <QResizeEvent>
+
+#include <algorithm>
+
+RunDetailView::RunDetailView(QWidget *parent)
+    : QWidget(parent), icon(new GlyphView({}, 28)), headline(Labels::wrapping({}, Theme::sized(16, QFont::DemiBold))),
+      meta(Labels::wrapping({}, Theme::font(Theme::Type::Callout), Labels::Strength::Secondary)),
+      items(new RunDetailModel(this)), rows(new RunDetailRow(&RunDetailView::showFile, this)), list(new QListView) {
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(makeHeader());
+    auto *figures = new QHBoxLayout;
+    figures->setContentsMargins(16, 0, 16, 10);
+    figures->setSpacing(10);
+    for (StatTile *&tile : tiles)
+        figures->addWidget(tile = new StatTile, 1);
+    layout->addLayout(figures);
+    list->setModel(items);
+    list->setItemDelegate(rows);
+    list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setLayoutMode(QListView::Batched);
+    list->setBatchSize(100);
+    list->setMouseTracking(true);
+    list->setTabKeyNavigation(false);
+    list->setAccessibleName(QStringLiteral("What the sync did"));
+    list->installEventFilter(this);
+    list->viewport()->installEventFilter(this);
+    connect(list, &QListView::activated, this, [this](const QModelIndex &index) {
+        if (const ChangeRecord *change = items->itemAt(index).change)
+            showFile(*change);
+    });
+    layout->addWidget(list, 1);
+}
+
+QWidget *RunDetailView::makeHeader() {
+    auto *header = new QWidget;
+    auto *layout = new QHBoxLayout(header);
+    layout->setContentsMargins(16, 14, 16, 12);
+    layout->setSpacing(12);
+    auto *column = new QVBoxLayout;
+    column->setSpacing(3);
+    column->addWidget(headline);
+    column->addWidget(meta);
+    layout->addWidget(icon, 0, Qt::AlignVCenter);
+    layout->addLayout(column, 1);
+    return header;
+}
+
+void RunDetailView::render(const SyncRun &shown) {
+    meta->setText(RunText::meta(shown));
+    // Runs never change, so the one that is shown already need not be laid out again.
+    if (run && run->id == shown.id)
+        return;
+    items->setItems({});
+    run = shown;
+    icon->setSymbol(RunText::headerIcon(*run));
+    icon->setColour(RunText::iconColour(*run, palette()));
+    headline->setText(run->headline());
+    const std::vector<RunText::Tile> figures = RunText::tiles(*run);
+    for (std::size_t i = 0; i < tiles.size(); ++i)
+        tiles[i]->render(figures[i]);
+    items->setItems(RunText::items(*run));
+    list->scrollToTop();
+}
+
+bool RunDetailView::eventFilter(QObject *object, QEvent *event) {
+    if (object == list->viewport() && event->type() == QEvent::Resize)
+        rows->setWidth(static_cast<QResizeEvent *>(event)->size().width()); // the list lays itself out right after
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Copy)) {
+        copySelected();
+        return true;
+    }
+    return QWidget::eventFilter(object, event);
+}
+
+void RunDetailView::copySelected() const {
+    QModelIndexList selected = list->selectionModel()->selectedIndexes();
+    std::sort(selected.begin(), selected.end());
+    QStringList lines;
+    for (const QModelIndex &index : selected) {
+        const RunText::Item &item = items->itemAt(index);
+        lines.append(item.change ? item.change->path : item.text);
+    }
+    QApplication::clipboard()->setText(lines.join(u'\n'));
+}
+
+void RunDetailView::showFile(const ChangeRecord &change) {
+    const std::filesystem::path file = Text::toPath(change.path);
+    std::error_code error;
+    if (std::filesystem::exists(file, error))
+        FileManager::show(file);
+    else
+        QApplication::beep();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "records/SyncRun.h"
+
+#include <QWidget>
+
+#include <array>
+#include <optional>
+
+class GlyphView;
+class QLabel;
+class QListView;
+class RunDetailModel;
+class RunDetailRow;
+class StatTile;
+
+/// Everything about one run.
+class RunDetailView : public QWidget {
+  public:
+    explicit RunDetailView(QWidget *parent = nullptr);
+
+    void render(const SyncRun &shown);
+
+    /// Shows the copied file in the file manager; sounds the alert when it is gone.
+    static void showFile(const ChangeRecord &change);
+
+  protected:
+    bool eventFilter(QObject *object, QEvent *event) override;
+
+  private:
+    QWidget *makeHeader();
+    void copySelected() const;
+
+    GlyphView *icon;
+    QLabel *headline;
+    QLabel *meta;
+    std::array<StatTile *, 6> tiles;
+    RunDetailModel *items;
+    RunDetailRow *rows;
+    QListView *list;
+    std::optional<SyncRun> run; // a copy: the history may change between two renders
+};

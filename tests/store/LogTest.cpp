@@ -1,0 +1,26 @@
+#include "store/Log.h"
+
+#include "support/TestTree.h"
+
+#include <gtest/gtest.h>
+#include <regex>
+
+TEST(Log, AppendsInTheOrderOfTheCallsAndRotatesAboveFiveMillionBytes) {
+    Log("/proc/none/log").write(QStringLiteral("lost in silence"));
+    const std::regex time("20\\d\\d-[01]\\d-[0-3]\\d [0-2]\\d:[0-5]\\d:[0-5]\\d");
+    for (const std::size_t size : {0u, 5'000'000u, 5'000'001u}) {
+        TestTree tree;
+        tree.file("log", std::string(size, '.'));
+        tree.file("log.1", "older");
+        Log log(tree / "log");
+        std::string expected;
+        for (int i = 0; i < (size > 0 ? 1 : 300); ++i) {
+            log.write(QStringLiteral("ü\n") + QString::number(i));
+            expected += "T  ü\n" + std::to_string(i) + '\n';
+        }
+        EXPECT_TRUE(log.flush(std::chrono::seconds(10)));
+        const std::size_t kept = size > 5'000'000 ? 0 : size;
+        EXPECT_EQ(std::regex_replace(tree.read("log").substr(kept), time, "T"), expected);
+        EXPECT_EQ(fs::file_size(tree / "log.1"), size > 5'000'000 ? size : 5);
+    }
+}

@@ -1,0 +1,248 @@
+#include "SampleWindow.h"
+#include "base/Fmt.h"
+#include "ui/AddFolderSheet.h"
+#include "ui/FolderPanel.h"
+#include "ui/MainView.h"
+#include "ui/PairRowView.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QMenu>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// Drives the real window as a user does.
+class WindowTest : public testing::Test {
+  protected:
+    WindowTest() {
+        view.resize(980, 720);
+        view.show();
+    }
+    ~WindowTest() override { FolderPanel::answerWith(nullptr); }
+
+    void click(QWidget &where, const QString &text) {
+        QAbstractButton *found = button(where, text);
+        ASSERT_TRUE(found) << text.toStdString();
+        ASSERT_TRUE(found->isEnabled()) << text.toStdString();
+        found->click();
+    }
+    void click(const char *text) { click(view, QString::fromUtf8(text)); }
+    bool shows(QWidget &where, const QString &text) {
+        for (const QLabel *label : where.findChildren<QLabel *>()) {
+            if (label->isVisible() && label->text() == text)
+                return true;
+        }
+        return false;
+    }
+    bool comesToShow(const QString &text) {
+        return waitFor([&] { return shows(view, text); });
+    }
+    AddFolderSheet *sheet() {
+        waitFor([&] { return view.findChild<AddFolderSheet *>() != nullptr; });
+        return view.findChild<AddFolderSheet *>();
+    }
+    /// The next folder panels are answered with these, one after another.
+    void answer(std::vector<fs::path> folders) {
+        auto left = std::make_shared<std::vector<fs::path>>(std::move(folders));
+        FolderPanel::answerWith([this, left](QWidget *, const FolderPanel::Request &request) {
+            panels.append(request.title + u'|' + request.message + u'|' + request.confirm);
+            const fs::path next = left->front();
+            left->erase(left->begin());
+            return std::optional(next);
+        });
+    }
+    QStringList texts(const QMenu &menu) {
+        QStringList result;
+        for (const QAction *action : menu.actions())
+            result.append(action->text() + (action->isEnabled() ? QString() : QStringLiteral(" (off)")));
+        return result;
+    }
+
+    SampleWorld world;
+    AppModel model;
+    MainView view{model};
+    QStringList panels;
+};
+
+TEST_F(WindowTest, AFolderIsAddedThroughTheSheet) {
+    click("Add Folder…");
+    AddFolderSheet *open = sheet();
+    ASSERT_TRUE(open);
+    EXPECT_FALSE(button(*open, QStringLiteral("Add Folder"))->isEnabled());
+    answer({world.home(""), world.home("Documents/Notes"), world.drive("Backup"), world.oneDrive("Backups")});
+    click(*open, QStringLiteral("Choose…"));
+    open->findChild<QLineEdit *>()->clear();
+    QTest::keyClicks(open->findChild<QLineEdit *>(), QStringLiteral("No:tes"));
+    click(*open, QStringLiteral("Add Folder"));
+    EXPECT_TRUE(shows(*open, QStringLiteral("OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or "
+                                            "end with a space). Choose another name.")));
+    click(*open, QStringLiteral("Change…"));
+    click(*open, QStringLiteral("Choose Existing…"));
+    click(*open, QStringLiteral("Add Folder"));
+    EXPECT_TRUE(shows(*open, QStringLiteral("Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not "
+                                            "OneDrive's top folder).")));
+    click(*open, QStringLiteral("Use a New Folder Instead"));
+    click(*open, QStringLiteral("Choose Existing…"));
+    click(*open, QStringLiteral("Add Folder"));
+    EXPECT_TRUE(comesToShow(QStringLiteral("Added “Notes”. Press Sync Now to back it up.")));
+    EXPECT_TRUE(comesToShow(QStringLiteral("This Mac › Documents")));
+    EXPECT_EQ(panels.at(0), QStringLiteral("Choose a Folder to Back Up|Choose a folder in your home folder or on a "
+                                           "connected drive.|Choose"));
+    EXPECT_FALSE(model.showingAddFolder());
+    click("Close this notice");
+    EXPECT_FALSE(model.banner());
+}
+
+TEST_F(WindowTest, EscapeClosesTheSheetWithoutAChange) {
+    model.requestAddFolder();
+    AddFolderSheet *open = sheet();
+    ASSERT_TRUE(open);
+    QTest::keyClick(open, Qt::Key_Escape);
+    EXPECT_TRUE(waitFor([&] { return !model.showingAddFolder() && !view.findChild<AddFolderSheet *>(); }));
+    EXPECT_TRUE(model.config().pairs.empty());
+}
+
+TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
+    world.addTwo(model);
+    ASSERT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    auto *tick = qobject_cast<QCheckBox *>(button(view, QStringLiteral("Sync “Notes”")));
+    ASSERT_TRUE(tick);
+    tick->click();
+    EXPECT_TRUE(comesToShow(QStringLiteral("Ready to sync 1 folder")));
+    EXPECT_FALSE(model.config().pairs.at(1).enabled);
+    QTest::keyClick(&view, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_TRUE(model.busy());
+    EXPECT_TRUE(waitFor([&] { return !model.busy() && !button(view, QStringLiteral("Cancel")); }));
+    EXPECT_EQ(model.history().at(0).filesCopied, 1);
+    EXPECT_TRUE(comesToShow(QStringLiteral("Last sync: ") + Fmt::when(model.history().at(0).finished) +
+                            QStringLiteral(" · 1 file copied (7 bytes)")));
+
+    auto *row = view.findChildren<PairRowView *>().at(0);
+    QMenu menu;
+    row->fillContextMenu(menu);
+    EXPECT_EQ(texts(menu),
+              (QStringList{QStringLiteral("Sync “Photos” Now"), QString(), QStringLiteral("Show Original in Finder"),
+                           QStringLiteral("Show Backup in Finder"), QStringLiteral("Choose Backup Folder…"), QString(),
+                           QStringLiteral("Remove from List")}));
+    answer({world.oneDrive()});
+    row->chooseBackup();
+    auto *alert = view.findChild<QMessageBox *>();
+    ASSERT_TRUE(alert);
+    EXPECT_EQ(alert->text(), QStringLiteral("That folder can't be used"));
+    EXPECT_EQ(panels.last(), QStringLiteral("Choose Backup Folder|Where in OneDrive should “Photos” be backed up?|"
+                                            "Back Up Here"));
+    alert->accept();
+    menu.actions().last()->trigger();
+    EXPECT_TRUE(waitFor([&] { return view.findChildren<PairRowView *>().size() == 1; }));
+
+    fs::rename(world.drive("Backup"), world.top() / "Backup");
+    model.addPair(world.drive("Travel/Raw"), world.oneDrive("Raw"));
+    fs::rename(world.drive("Travel"), world.top() / "Travel");
+    model.refreshEnvironment();
+    ASSERT_TRUE(comesToShow(QStringLiteral("Travel · drive not connected")));
+    QMenu away;
+    view.findChildren<PairRowView *>().at(1)->fillContextMenu(away);
+    EXPECT_EQ(texts(away),
+              (QStringList{QStringLiteral("Sync “Raw” Now (off)"), QString(), QStringLiteral("Choose Backup Folder…"),
+                           QString(), QStringLiteral("Remove from List")}));
+}
+
+TEST_F(WindowTest, ARunningSyncIsCancelledAndItsBarNeverGoesBackNorIsFullTooEarly) {
+    SyncProgress progress;
+    progress.stage = SyncProgress::Stage::copying;
+    progress.filesTotal = 2;
+    progress.bytesTotal = 1000;
+    auto *bar = view.findChild<QProgressBar *>();
+    for (const auto &[bytes, shown] : {std::pair(400, 400), std::pair(300, 400), std::pair(1000, 999)}) {
+        progress.bytesDone = bytes;
+        model.showSampleProgress(progress);
+        EXPECT_EQ(bar->value(), shown);
+    }
+    progress.filesDone = 2;
+    model.showSampleProgress(progress);
+    EXPECT_EQ(bar->value(), 1000);
+    ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Cancel")) != nullptr; }));
+    EXPECT_FALSE(button(view, QStringLiteral("Sync Now")));
+    EXPECT_FALSE(view.syncNowAction()->isEnabled());
+    click("Cancel");
+}
+
+TEST_F(WindowTest, ReviewOpensTheLastRunAndTheListSelectsOthers) {
+    world.addTwo(model);
+    model.showSampleHistory(sampleHistory());
+    model.setSelectedRunID(model.history().at(2).id);
+    ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Review")) != nullptr; }));
+    click("Review");
+    EXPECT_EQ(model.tab(), MainTab::activity);
+    ASSERT_TRUE(comesToShow(model.history().at(0).headline()));
+    QListView *runs = nullptr;
+    for (QListView *list : view.findChildren<QListView *>())
+        runs = list->accessibleName().startsWith(QStringLiteral("Syncs")) ? list : runs;
+    ASSERT_TRUE(runs);
+    QTest::keyClick(runs, Qt::Key_Down);
+    EXPECT_EQ(model.selectedRunID(), model.history().at(1).id);
+    EXPECT_TRUE(comesToShow(QStringLiteral("1 file copied (1.25 GB)")));
+    model.showSampleHistory({sampleHistory().at(3)});
+    model.setSelectedRunID(QUuid::createUuid());
+    EXPECT_TRUE(comesToShow(sampleHistory().at(3).headline()));
+}
+
+TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
+    fs::create_directories(world.home("OneDrive-Work"));
+    model.refreshEnvironment();
+    click("Settings");
+    ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Change the OneDrive folder")) != nullptr; }));
+    click("Sync automatically when the drive is connected");
+    click("Show a notification when a sync finishes");
+    EXPECT_FALSE(model.config().autoSyncOnConnect);
+    EXPECT_FALSE(model.config().notifications);
+    click("Open Tarnwick Basic at login (needed for automatic sync)"); // does nothing in a test root
+    EXPECT_FALSE(button(view, QStringLiteral("Open Tarnwick Basic at login (needed for automatic sync)"))->isChecked());
+
+    auto *change = qobject_cast<QToolButton *>(button(view, QStringLiteral("Change the OneDrive folder")));
+    Q_EMIT change->menu()->aboutToShow();
+    EXPECT_EQ(texts(*change->menu()),
+              (QStringList{QStringLiteral("OneDrive – Personal"), QStringLiteral("OneDrive – Work"), QString(),
+                           QStringLiteral("Choose Another Folder…"), QStringLiteral("Detect Automatically")}));
+    change->menu()->actions().at(1)->trigger();
+    EXPECT_TRUE(comesToShow(QStringLiteral("~/OneDrive-Work")));
+    answer({world.home("Documents")});
+    change->menu()->actions().at(3)->trigger();
+    EXPECT_TRUE(comesToShow(QStringLiteral("~/Documents")));
+    change->menu()->actions().at(4)->trigger();
+    EXPECT_TRUE(comesToShow(QStringLiteral("~/Library/CloudStorage/OneDrive-Personal")));
+    fs::remove_all(world.home("OneDrive-Work"));
+    fs::remove_all(world.oneDrive());
+    model.refreshEnvironment();
+    EXPECT_TRUE(comesToShow(QStringLiteral("Not found")));
+    Q_EMIT change->menu()->aboutToShow();
+    EXPECT_EQ(texts(*change->menu()),
+              (QStringList{QStringLiteral("Choose Another Folder…"), QStringLiteral("Detect Automatically")}));
+}
+
+TEST_F(WindowTest, EveryButtonHasAName) {
+    world.addTwo(model);
+    model.showSampleHistory(sampleHistory());
+    for (const MainTab tab : mainTabs) {
+        model.setTab(tab);
+        waitFor([&] { return button(view, title(tab)) && button(view, title(tab))->isChecked(); });
+        for (const QAbstractButton *candidate : view.findChildren<QAbstractButton *>()) {
+            if (!candidate->isVisible())
+                continue;
+            EXPECT_FALSE((candidate->text() + candidate->accessibleName()).isEmpty())
+                << candidate->toolTip().toStdString();
+        }
+    }
+}
+
+} // namespace
