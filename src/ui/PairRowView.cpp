@@ -35,7 +35,9 @@ ElidedLabel *nameLabel() {
 }
 
 ElidedLabel *captionLabel() {
-    return new ElidedLabel(Theme::font(Theme::Type::Caption));
+    auto *label = new ElidedLabel(Theme::font(Theme::Type::Caption));
+    label->setSmallestScale(0.87);
+    return label;
 }
 
 } // namespace
