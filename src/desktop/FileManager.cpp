@@ -7,7 +7,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QProcess>
-#include <QUrl>
+
+#include <csignal>
 
 namespace FileManager {
 
@@ -38,7 +39,16 @@ void show(const std::filesystem::path &path) {
 }
 
 void open(const std::filesystem::path &path) {
-    QProcess::startDetached(QStringLiteral("xdg-open"), {uriOf(path)});
+    QProcess process;
+    process.setProgram(QStringLiteral("xdg-open"));
+    process.setArguments({uriOf(path)});
+    // This process waits for signals on a thread and blocks them elsewhere; what it starts must hear them.
+    process.setChildProcessModifier([] {
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
+    });
+    process.startDetached();
 }
 
 } // namespace FileManager

@@ -66,6 +66,9 @@ void AppModel::refreshEnvironment() {
         return;
     drives = std::move(drivesNow);
     roots = std::move(rootsNow);
+    std::erase_if(offeredDrives, [this](const Path &top) {
+        return std::none_of(drives.begin(), drives.end(), [&](const VolumeInfo &drive) { return drive.url == top; });
+    });
     noteChange();
 }
 

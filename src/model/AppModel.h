@@ -19,6 +19,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 /// The one observable object of the running application: the settings, the drives, the OneDrive folders, the running
@@ -188,6 +189,8 @@ class AppModel : public QObject {
     std::vector<Path> activeRoots;      // the folders of the running sync
     std::optional<Request> pendingAuto;
     bool holdProfileWrites = false;
+    /// Top folders of the connected drives whose profiles have been looked at for folder choices to bring back.
+    std::set<Path> offeredDrives;
     bool changeIsDue = false;
     SleepInhibitor inhibitor;
 };

@@ -90,6 +90,7 @@ void AppModel::volumeUnmounted(const Path &url) {
 void AppModel::importProfileIfNeeded(const VolumeInfo &drive) {
     if (readOnly || !Store::profileAccessAllowed(drive.url))
         return;
+    offeredDrives.insert(drive.url);
     const bool isKnown = std::any_of(settings.pairs.begin(), settings.pairs.end(),
                                      [&](const FolderPair &pair) { return liesOn(pair, drive); });
     if (isKnown)
@@ -123,6 +124,11 @@ void AppModel::writeProfiles() {
             if (liesOn(pair, drive))
                 pairs.push_back({pair.sourceRelPath, pair.backupRelPath, pair.enabled});
         }
+        // Two drives may come at once: the second one's choices must not be taken for none before they are brought
+        // back.
+        if (pairs.empty() && !offeredDrives.contains(drive.url))
+            continue;
+        offeredDrives.insert(drive.url);
         profiles.emplace_back(drive.url, std::move(pairs));
     }
     profileQueue().post([profiles = std::move(profiles)] {

@@ -63,7 +63,9 @@ QString keyOf(const FolderPair &pair) {
 
 } // namespace
 
-std::optional<QString> AppModel::addPair(const Path &original, const Path &backup) {
+std::optional<QString> AppModel::addPair(const Path &originalFolder, const Path &backupFolder) {
+    const Path original = Paths::standardised(originalFolder);
+    const Path backup = Paths::standardised(backupFolder);
     refreshEnvironment();
     const std::optional<Source> source = locateSource(original);
     if (!source)
@@ -94,7 +96,8 @@ std::optional<QString> AppModel::addPair(const Path &original, const Path &backu
     return std::nullopt;
 }
 
-std::optional<QString> AppModel::setBackup(const QUuid &id, const Path &backup) {
+std::optional<QString> AppModel::setBackup(const QUuid &id, const Path &backupFolder) {
+    const Path backup = Paths::standardised(backupFolder);
     const std::optional<std::size_t> index = pairIndex(id);
     if (!index)
         return QStringLiteral("That folder isn't in the list any more.");

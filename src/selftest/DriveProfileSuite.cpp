@@ -8,7 +8,6 @@
 
 using namespace Checks;
 using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -62,11 +61,11 @@ void restoring(const Fixture &world) {
     eq(told(model.config().pairs), "Photos→Photos | Music→All/Music (off)", "folders come back, ticked as stored");
     eq(model.banner(), "Brought back your folder choices for “Passport”. Check them below.", "the banner says so");
     check(Fixture::logged("Restored 2 folder pair(s) from this Mac's own profile on Passport"), "the log says so");
-    const fs::path place = world.drive(".TemporaryItems/folders." + asText(::getuid()) + "/TemporaryItems");
+    const Fixture::Path place = world.drive(".TemporaryItems/folders." + asText(::getuid()) + "/TemporaryItems");
     Fixture::put(place, "NSIRD_TarnwickBasic_old/.tw-1.twtmp=left over");
     model.start(true);
     // Waited for, because nothing of the background work may outlive the test root.
-    waitUntil([&] { return fs::is_empty(place); }, "the start clears stale temporary files");
+    waitUntil([&] { return std::filesystem::is_empty(place); }, "the start clears stale temporary files");
     eq(model.config().pairs.size(), 2, "folders come back only once");
     eq(profile(world), "another's: Photos→Photos | Music→All/Music (off)", "coming back doesn't rewrite the profile");
     waitUntil([&] { return !model.history().empty(); }, "folders that came back are synced");

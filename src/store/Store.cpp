@@ -49,10 +49,8 @@ QByteArray asBytes(const std::string &bytes) {
 
 void writeFile(const char *name, const QByteArray &bytes) {
     // Where the user keeps the file elsewhere behind a link, it is replaced there and the link stays.
-    fs::path file = supportDir() / name;
-    std::error_code error;
-    if (fs::is_symlink(file, error))
-        file = fs::canonical(file);
+    // A link that leads nowhere is replaced.
+    const fs::path file = fs::weakly_canonical(supportDir() / name);
     const FileDescriptor folder(::open(file.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!folder)
         throw std::system_error(errno, std::generic_category(), file.parent_path().native());

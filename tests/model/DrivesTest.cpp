@@ -26,6 +26,19 @@ TEST_F(ModelUnderTest, ProfilesBringBackThePairsOfADriveThatTheListDoesntKnow) {
                 Store::readProfile(drive).value().pairs.size() == 2 && !fs::exists(tree / "Volumes/New/.Tarnwick"));
 }
 
+TEST_F(ModelUnderTest, TwoDrivesThatComeAtOnceBothBringBackTheirChoices) {
+    const fs::path drive = tree / "Volumes/Drive", other = tree / "Volumes/Other";
+    Store::writeProfile({{QStringLiteral("A"), QStringLiteral("1"), true}}, drive);
+    Store::writeProfile({{QStringLiteral("B"), QStringLiteral("3"), true}}, other);
+    load({});
+    model->volumeMounted(drive);
+    EXPECT_TRUE(AppModel::flushProfiles(std::chrono::seconds(10)));
+    model->volumeMounted(other);
+    EXPECT_EQ(listed(), (Lines{"+ Drive:A > 1", "+ Other:B > 3"}));
+    EXPECT_EQ(model->addPair(tree / "Volumes/Drive/A/", tree / "Home/OneDrive/x/../A/."), std::nullopt);
+    EXPECT_EQ(listed(), (Lines{"+ Drive:A > A", "+ Other:B > 3"}));
+}
+
 TEST_F(ModelUnderTest, WhatIsSyncedOnItsOwnAndWhen) {
     const Lines all = {"+ Other: > O", "+ Drive: > D", "+ This Mac:Notes > N"};
     const std::tuple<std::string, Lines, int, bool, std::vector<int>> rows[] = {

@@ -9,14 +9,14 @@ TEST_F(StoreTest, SettingsThatCantBeUnderstoodAreSetAside) {
     EXPECT_TRUE(Store::loadConfig() == AppConfig() && tree.snapshot("Support").empty());
     const std::map<std::string, std::string> rows = {{"{", "not JSON at byte 1: expected a key"}, {"{}", ""}};
     for (const auto &[content, error] : rows) {
-        qint64 second = 0;
+        std::time_t second = 0;
         do { // twice within one second
             fs::remove_all(tree / "Support");
             tree.file("Support/config.json", content);
             logged();
-            second = QDateTime::currentSecsSinceEpoch();
+            second = std::time(nullptr);
             EXPECT_TRUE(Store::loadConfig() == AppConfig() && Store::loadConfig() == AppConfig());
-        } while (QDateTime::currentSecsSinceEpoch() != second);
+        } while (std::time(nullptr) != second);
         const std::string copy = "config-unreadable-" + std::to_string(second) + ".json";
         const std::string line = "Config could not be read (" + error + "); saved a copy to " + copy;
         EXPECT_EQ(logged(), Lines(error.empty() ? 0 : 2, line));

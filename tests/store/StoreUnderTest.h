@@ -17,6 +17,7 @@ class StoreUnderTest : public testing::Test {
         if (TestRoot::prepare(tree.top()) != TestRoot::url()) // a thread of an earlier test may be reading it
             TestRoot::set(tree.top());
         fs::create_directories(Log::shared().url().parent_path());
+        logged(); // of an earlier test
     }
 
     /// The log's lines since the last call, without their times.
