@@ -47,15 +47,10 @@ std::optional<Options> parse(const std::vector<std::string> &arguments) {
     return hasEmpty ? std::nullopt : std::optional(options);
 }
 
-fs::path resolved(const fs::path &path) {
-    std::error_code error;
-    const fs::path result = fs::weakly_canonical(path, error);
-    return error ? path : result;
-}
-
 /// Also behind links, so that a backup can't end up in its own original.
 bool overlap(const fs::path &original, const fs::path &backup) {
-    return Paths::overlap(original, backup) || Paths::overlap(resolved(original), resolved(backup));
+    return Paths::overlap(original, backup) ||
+           Paths::overlap(Locations::resolved(original), Locations::resolved(backup));
 }
 
 SyncJob jobFor(const fs::path &original, const fs::path &backup) {

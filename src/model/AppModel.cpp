@@ -17,11 +17,6 @@ namespace fs = std::filesystem;
 
 constexpr int launchDelay = 20'000;
 
-bool isFolder(const fs::path &path) {
-    std::error_code error;
-    return fs::is_directory(path, error);
-}
-
 /// A queue of its own: a sleeping drive holds up neither the profiles nor the log.
 void purgeInBackground(const std::vector<VolumeInfo> &drives) {
     std::vector<fs::path> tops;
@@ -136,7 +131,7 @@ void AppModel::showSampleProgress(const SyncProgress &sample) {
 std::optional<AppModel::Path> AppModel::oneDriveRoot() const {
     if (settings.oneDriveRootPath) {
         const Path chosen = Text::toPath(*settings.oneDriveRootPath);
-        if (isFolder(chosen))
+        if (Locations::isFolder(chosen))
             return chosen;
     }
     return roots.empty() ? std::nullopt : std::optional(roots.front());
@@ -204,7 +199,7 @@ std::vector<PairRow> AppModel::rows() const {
         row.number = static_cast<int>(result.size()) + 1;
         row.connected = Locations::resolveOriginal(pair, drives).has_value();
         row.backupURL = backupURL(pair);
-        row.backupExists = row.backupURL && isFolder(*row.backupURL);
+        row.backupExists = row.backupURL && Locations::isFolder(*row.backupURL);
         result.push_back(std::move(row));
     }
     return result;

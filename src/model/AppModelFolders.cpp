@@ -17,26 +17,16 @@ QString lastComponent(const fs::path &path) {
     return Text::fromBytes(Paths::lastComponent(Paths::standardised(path)));
 }
 
-bool isFolder(const fs::path &path) {
-    std::error_code error;
-    return fs::is_directory(path, error);
-}
-
 bool isWritable(const fs::path &folder) {
     return ::access(folder.c_str(), W_OK | X_OK) == 0;
-}
-
-fs::path resolved(const fs::path &path) {
-    std::error_code error;
-    const fs::path result = fs::weakly_canonical(path, error);
-    return error ? path : result;
 }
 
 /// Whether `rel` below `base` really is `url`. Relative paths are found without regard to case, but most file systems
 /// here tell capitals apart; and a path that is not UTF-8 can't be stored.
 bool leadsTo(const fs::path &base, const QString &rel, const fs::path &url) {
     const fs::path joined = rel.isEmpty() ? base : fs::path(base.native() + '/' + Text::toBytes(rel));
-    return Paths::standardised(joined) == Paths::standardised(url) || resolved(joined) == resolved(url);
+    return Paths::standardised(joined) == Paths::standardised(url) ||
+           Locations::resolved(joined) == Locations::resolved(url);
 }
 
 QString cantWrite(const fs::path &folder) {
@@ -173,10 +163,10 @@ bool AppModel::overlaps(const Path &a, const Path &b) {
 }
 
 std::optional<QString> AppModel::backupFolderProblem(const Path &url) {
-    if (isFolder(url))
+    if (Locations::isFolder(url))
         return isWritable(url) ? std::nullopt : std::optional(cantWrite(url));
     const Path parent = Paths::standardised(url).parent_path();
-    if (!isFolder(parent))
+    if (!Locations::isFolder(parent))
         return QStringLiteral("The place for the backup (“") + lastComponent(parent) +
                QStringLiteral("”) isn't available. Open OneDrive and make sure it is signed in.");
     if (!isWritable(parent))

@@ -26,12 +26,6 @@ constexpr int pendingDelay = 2000;
 constexpr std::size_t historyCap = 60;
 constexpr std::size_t loggedLines = 50;
 
-fs::path resolved(const fs::path &path) {
-    std::error_code error;
-    const fs::path result = fs::weakly_canonical(path, error);
-    return error ? path : result;
-}
-
 /// Whether a stored relative path, read as text, stays below its base.
 bool staysBelow(const QString &rel) {
     const QStringList parts = rel.split(u'/');
@@ -39,7 +33,7 @@ bool staysBelow(const QString &rel) {
 }
 
 bool leadsOut(const fs::path &folder, const fs::path &base) {
-    return !Paths::isWithin(resolved(folder), resolved(base));
+    return !Paths::isWithin(Locations::resolved(folder), Locations::resolved(base));
 }
 
 /// Stored paths may come from a stranger's drive. In the home folder links are the user's own, and many have their

@@ -21,11 +21,6 @@ namespace Locations {
 
 namespace {
 
-bool isFolder(const fs::path &path) {
-    std::error_code error;
-    return fs::is_directory(path, error);
-}
-
 /// The entries of a folder in the system's order, without hidden ones; empty when it can't be listed.
 std::vector<fs::path> visibleEntries(const fs::path &folder) {
     std::vector<fs::path> entries;
@@ -162,13 +157,18 @@ std::optional<QString> relativeText(const fs::path &url, const fs::path &base) {
     return path.mid(top.size());
 }
 
+} // namespace
+
+bool isFolder(const fs::path &path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
 fs::path resolved(const fs::path &path) {
     std::error_code error;
     fs::path result = fs::weakly_canonical(path, error);
     return error ? path : Paths::standardised(result);
 }
-
-} // namespace
 
 fs::path homeURL() {
     if (TestRoot::isActive())

@@ -22,6 +22,12 @@ inline const QString homeName = QStringLiteral("This Mac");
 
 fs::path homeURL();
 
+/// Whether an existing folder stands at `path`; a link to one counts.
+bool isFolder(const fs::path &path);
+
+/// `path` with the links in it resolved as far as it exists; `path` itself when that can't be told.
+fs::path resolved(const fs::path &path);
+
 /// The user's cache folder: XDG_CACHE_HOME or "~/.cache"; ".cache" in the test root's home when one is active.
 fs::path cacheFolder();
 

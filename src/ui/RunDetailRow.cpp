@@ -115,7 +115,7 @@ void RunDetailRow::paintFile(QPainter *painter, const QStyleOptionViewItem &opti
         const QRect button = buttonRect(row);
         drawGlyph(painter, QStringLiteral("magnifyingglass"), 14, QPointF(button.center()) - QPointF(7, 7),
                   Theme::secondary(palette));
-        const QFont sizeFont = Theme::tabular(Theme::font(Theme::Type::Caption));
+        const QFont sizeFont = Theme::font(Theme::Type::Caption);
         const QString size = Fmt::byteCount(item.change->size);
         const int sizeWidth = QFontMetrics(sizeFont).horizontalAdvance(size);
         right = button.left() - 8 - sizeWidth;

@@ -25,7 +25,7 @@ void StatTile::paintEvent(QPaintEvent *) {
     painter.setBrush(Theme::primary(palette(), 0.05));
     painter.drawRoundedRect(rect(), 8, 8);
 
-    QFont font = Theme::tabular(Theme::sized(17, QFont::DemiBold));
+    QFont font = Theme::sized(17, QFont::DemiBold);
     const double room = width() - 2 * margin;
     const double wanted = QFontMetricsF(font).horizontalAdvance(tile.value);
     font.setPixelSize(static_cast<int>(17 * std::clamp(room / std::max(wanted, 1.0), 0.7, 1.0)));

@@ -21,7 +21,7 @@ constexpr int barSteps = 1000;
 SyncCard::SyncCard(AppModel &appModel, QAction *syncNow, QWidget *parent)
     : Card(parent), model(appModel), syncNowAction(syncNow), disc(new IconDisc),
       title(new ElidedLabel(Theme::sized(16, QFont::DemiBold))), bar(new QProgressBar),
-      subtitle(Labels::wrapping({}, Theme::tabular(Theme::font(Theme::Type::Callout)))),
+      subtitle(Labels::wrapping({}, Theme::font(Theme::Type::Callout))),
       currentFile(new ElidedLabel(Theme::font(Theme::Type::Callout))),
       reviewButton(Buttons::make(QStringLiteral("Review"), QStringLiteral("list.bullet.rectangle"))),
       syncButton(Buttons::make(QStringLiteral("Sync Now"), QStringLiteral("arrow.triangle.2.circlepath"),

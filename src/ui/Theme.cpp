@@ -200,12 +200,6 @@ QFont font(Type type, QFont::Weight weight) {
     return sized(pointsOf(type), weight);
 }
 
-QFont tabular(QFont result) {
-    // Qt 6.4 can't ask a font for its tabular figures; Inter's own family of them is not there on every machine.
-    result.setStyleStrategy(QFont::PreferQuality);
-    return result;
-}
-
 } // namespace Theme
 
 QColor PairPalette::colour(int number, const QPalette &palette) {

@@ -38,8 +38,6 @@ enum class Type { Title, Heading, Headline, Body, Callout, Caption, Smallest };
 QFont font(Type type, QFont::Weight weight = QFont::Normal);
 /// A font of the scale's family in any size, in points of a 72-dpi screen.
 QFont sized(double points, QFont::Weight weight = QFont::Normal);
-/// The same font with digits of equal width.
-QFont tabular(QFont font);
 
 } // namespace Theme
 
