@@ -3,8 +3,11 @@
 #include <QProcess>
 #include <qtestsupport_core.h>
 
+#include <csignal>
 #include <stdexcept>
 #include <string>
+
+#include <sys/prctl.h>
 
 inline int argumentCount = 0; // QCoreApplication wants it to stay
 
@@ -25,17 +28,15 @@ inline std::string shell(const std::string &line) {
 inline const std::string onBus = "dbus-send --system --print-reply --dest=org.freedesktop.DBus / "
                                  "org.freedesktop.DBus.GetNameOwner string:";
 
-/// A program that runs until the end of its life; where `question` finds that it runs already, it is left alone.
+/// A program that runs until the end of its life.
 class Service : public QProcess {
   public:
+    /// Waits until it is ready, that is until `question` succeeds.
     Service(const std::string &program, const std::string &question) {
-        const auto runs = [&] { return shell(question + " >/dev/null 2>&1 && echo yes") == "yes\n"; };
-        if (runs())
-            return;
-        // Should the test be killed, the program stays for the next; a pipe that nobody reads would be its end.
+        setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }); // should the test be killed
         const std::string line = "exec " + program + " >/dev/null 2>&1";
         start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QString::fromStdString(line)});
-        if (!until(runs))
+        if (!until([&] { return shell(question + " >/dev/null 2>&1 && echo yes") == "yes\n"; }))
             throw std::runtime_error("this doesn't come up: " + program);
     }
     ~Service() override {

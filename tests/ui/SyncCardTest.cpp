@@ -61,7 +61,7 @@ TEST_F(SyncCardTest, TheLastRunDecidesIconWarningAndReview) {
         EXPECT_EQ(SyncCardText::subtitleIsWarning(model), rows[i].warning) << i;
         EXPECT_EQ(SyncCardText::reviewIsShown(model), rows[i].review) << i;
     }
-    for (const FolderPair &pair : model.config().pairs)
+    for (const FolderPair &pair : std::vector(model.config().pairs)) // a copy: the list changes
         model.setEnabled(pair.id, false);
     EXPECT_EQ(icon(), QStringLiteral("externaldrive secondary"));
 }

@@ -53,7 +53,6 @@ TEST(SleepInhibitorTest, HoldsOneFromBeginToEndAndNeverWaits) {
     const Service bus("dbus-daemon --session --nofork --address=$DBUS_SYSTEM_BUS_ADDRESS",
                       onBus + "org.freedesktop.DBus");
     const Service logind("/usr/bin/python3 -m dbusmock --template logind", onBus + "org.freedesktop.login1");
-    ASSERT_GT(logind.processId(), 0);
 
     SleepInhibitor sleep;
     for (const char *reason : {"first", "second"}) {
