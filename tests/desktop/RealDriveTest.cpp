@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QLockFile>
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -49,16 +50,20 @@ std::string log() {
     return shell("cut -c22- '" + Log::shared().url().native() + "' | grep -v '^Sync finished' | uniq");
 }
 
-/// One test to a process, which takes leave of the machine's own drives and services.
+/// One test to a process, which leaves the machine's own drives and buses behind.
 TEST(RealDrive, IsBackedUpAndLetGo) {
     const std::optional<std::string> reason = LoopMount::whyNot();
     if (reason || !fs::exists("/usr/libexec/udisks2/udisksd"))
         GTEST_SKIP() << reason.value_or("udisks2 is not installed");
+    QLockFile turn(QStringLiteral("/tmp/tarnwick-test-drive.lock")); // of those that start and stop udev
+    turn.setStaleLockTime(0);
+    ASSERT_TRUE(turn.tryLock(100'000));
     ASSERT_EQ(::unshare(CLONE_NEWNS), 0);
     ASSERT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
-    for (const char *folder : {"/media", "/mnt", "/run"})
+    for (const char *folder : {"/media", "/mnt", "/run/dbus", "/run/udisks2"}) {
+        fs::create_directories(folder);
         ASSERT_EQ(::mount("tmpfs", folder, "tmpfs", 0, nullptr), 0);
-    fs::create_directories("/run/dbus");
+    }
     TestTree tree;
     const LoopMount home({.size = 2LL << 30, .below = tree.top(), .mountOptions = "sync"}); // makes a copy last
     TestTree oneDrive(home.top() / "HOME/Library/CloudStorage/OneDrive-Test");
