@@ -1,53 +1,116 @@
 #include "app/Application.h"
 
+#include "app/AppDelegate.h"
+#include "app/BusService.h"
 #include "app/Console.h"
 #include "app/ModelSession.h"
 #include "app/StopSignals.h"
 #include "app/TarnwickBasicMain.h"
 #include "app/Windows.h"
+#include "base/Text.h"
 #include "model/AppModel.h"
-#include "ui/MainView.h"
+#include "store/Store.h"
 
 #include <QApplication>
-#include <QMainWindow>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QSessionManager>
+
+#include <algorithm>
+#include <ctime>
+#include <optional>
 
 namespace {
 
+using namespace TarnwickBasicMain;
+
 CancelToken stopRequest;
 
-/// Runs on the signals' thread.
+/// Runs on the signals' thread. Whoever sends a signal, as the desktop does when the user logs out, gets no question.
 void quitSoon() {
     if (QCoreApplication *application = QCoreApplication::instance())
-        QMetaObject::invokeMethod(application, &QCoreApplication::quit, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            application, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+}
+
+bool has(const std::vector<std::string> &arguments, const char *option) {
+    return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
+}
+
+/// What "--action" asks for; empty when it isn't there.
+QString actionIn(const std::vector<std::string> &arguments) {
+    const auto found = std::find(arguments.begin(), arguments.end(), "--action");
+    return arguments.end() - found > 1 ? Text::fromBytes(*(found + 1)) : QString();
+}
+
+/// Desktops that start the application without saying that it is at login have not been up for long then.
+bool hasJustBooted() {
+    timespec up{};
+    ::clock_gettime(CLOCK_BOOTTIME, &up);
+    return up.tv_sec < 180;
+}
+
+/// What becomes of this start.
+enum class Turn { Ours, HandedOver, Refused };
+
+/// The other process may just be starting or ending: what fails now is tried for a while.
+Turn takeTurn(ModelSession &session, const QString &action, bool isWanted) {
+    QElapsedTimer clock;
+    clock.start();
+    do {
+        if (!session.claimSettings())
+            return Turn::Ours;
+        // At login somebody else has been quicker, which is all that was asked for.
+        if (!isWanted || BusService::tell(session.settingsLock(), action))
+            return Turn::HandedOver;
+        ModelSession::settle(100);
+    } while (clock.elapsed() < 5000 && !stopRequest.isCancelled());
+    return Turn::Refused;
+}
+
+int refuse(const QString &sentence) {
+    Console::error(sentence);
+    QMessageBox box(QMessageBox::Information, QStringLiteral("Tarnwick Basic"), sentence);
+    if (!Store::isTestMode() && !stopRequest.isCancelled())
+        box.exec();
+    return WrongUsage;
 }
 
 } // namespace
 
-int Application::run() {
+int Application::run(const std::vector<std::string> &arguments) {
     if (!Windows::hasDisplay()) {
         Console::error(
             QStringLiteral("Tarnwick Basic has no display to open its window on. See tarnwick-basic --help for "
                            "what works without one."));
-        return TarnwickBasicMain::WrongUsage;
+        return WrongUsage;
     }
     StopSignals::cancelOnSignal(stopRequest, &quitSoon);
     ModelSession session(Windows::makeApplication());
-    if (const std::optional<QString> refusal = session.claimSettings()) {
-        Console::error(*refusal);
-        return TarnwickBasicMain::WrongUsage;
+    QApplication::setQuitOnLastWindowClosed(false);
+    // Being opened at login is the login item's business, which the user can switch off.
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp,
+                     [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); });
+    const QString action = actionIn(arguments);
+    const bool saysLogin = has(arguments, "--login");
+    switch (takeTurn(session, action, !saysLogin)) {
+    case Turn::HandedOver:
+        return Clean;
+    case Turn::Refused:
+        return refuse(*session.claimSettings());
+    case Turn::Ours:
+        break;
     }
-    AppModel &model = session.model();
-    session.followDrives(); // first, so that a drive that comes meanwhile is not missed
-    model.start(false);
-    int status = TarnwickBasicMain::Clean;
+    const bool inBackground = has(arguments, "--service") || !action.isEmpty();
     {
-        QMainWindow window;
-        window.setWindowTitle(QStringLiteral("Tarnwick Basic"));
-        window.setCentralWidget(new MainView(model));
-        window.resize(980, 720);
-        window.show();
-        status = stopRequest.isCancelled() ? TarnwickBasicMain::Clean : QApplication::exec();
+        AppDelegate delegate(session, {saysLogin || hasJustBooted(), inBackground});
+        const BusService service(delegate, session.settingsLock());
+        delegate.applicationDidFinishLaunching();
+        if (!action.isEmpty())
+            delegate.perform(action, qEnvironmentVariable("XDG_ACTIVATION_TOKEN"));
+        if (!stopRequest.isCancelled())
+            QApplication::exec();
     }
-    session.end(status);
-    return status;
+    session.end(Clean);
+    return Clean;
 }

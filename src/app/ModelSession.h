@@ -25,6 +25,9 @@ class ModelSession {
     /// another process runs on these settings; none when all is well.
     std::optional<QString> claimSettings();
 
+    /// The lock of the last claimSettings(), held or not.
+    const SettingsLock &settingsLock() const { return *lock; }
+
     AppModel &model();
     /// From now on drives that come and go are the model's business.
     void followDrives();

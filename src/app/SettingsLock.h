@@ -2,8 +2,12 @@
 
 #include "base/FileDescriptor.h"
 
+#include <QString>
+
+#include <optional>
+
 /// Keeps the settings folder to one process, so that two never overwrite each other's settings. The lock goes with the
-/// process, however it ends; its file stays.
+/// process, however it ends; its file stays, and tells where its holder can be reached.
 class SettingsLock {
   public:
     SettingsLock();
@@ -11,6 +15,17 @@ class SettingsLock {
     /// Whether this process has the folder to itself. Where the folder can't be written to, nobody can change anything
     /// and everybody may go on.
     bool isHeld() const { return held; }
+
+    /// Where a process can be reached on the session bus.
+    struct Holder {
+        qint64 process = 0;
+        QString busName;
+    };
+    /// Tells others where this process is; only for the holder.
+    void announce(const QString &busName) const;
+    /// Where the holder says it is; none when it doesn't. A holder that died leaves its words behind: ask the bus
+    /// whether the name is that process's.
+    std::optional<Holder> holder() const;
 
   private:
     FileDescriptor file;

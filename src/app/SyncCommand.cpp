@@ -1,6 +1,7 @@
 #include "app/SyncCommand.h"
 
 #include "app/Arguments.h"
+#include "app/BusService.h"
 #include "app/Console.h"
 #include "app/FolderCommands.h"
 #include "app/ModelSession.h"
@@ -77,6 +78,11 @@ int run(const std::vector<std::string> &arguments) {
     StopSignals::cancelOnSignal(stopRequest, &cancelModel);
     ModelSession session;
     if (const std::optional<QString> refusal = session.claimSettings()) {
+        const bool isPlain = given->words.empty() && given->options == std::vector<std::string>{"--sync"};
+        if (isPlain && BusService::tell(session.settingsLock(), QStringLiteral("sync-now"))) {
+            Console::out(QStringLiteral("Tarnwick Basic is running and syncs now."));
+            return Clean;
+        }
         Console::error(*refusal);
         return WrongUsage;
     }

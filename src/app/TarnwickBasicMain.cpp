@@ -31,7 +31,7 @@ namespace {
 constexpr const char *help =
     R"(Tarnwick Basic keeps a one-way backup of folders in your OneDrive folder.
 
-  tarnwick-basic     open the window
+  tarnwick-basic     start, or bring the running application to the front
   tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]
                      back up one folder, once; no settings are touched
   tarnwick-basic --sync [NAME-OR-ID ...] [--json]
@@ -146,7 +146,7 @@ int run(int argc, char **argv) {
         return FolderCommands::add(arguments);
     if (has(arguments, "--remove"))
         return FolderCommands::remove(arguments);
-    return Application::run();
+    return Application::run(arguments);
 }
 
 } // namespace TarnwickBasicMain

@@ -31,8 +31,8 @@ std::unique_ptr<QApplication> Windows::makeApplication() {
     if (!hasDisplay())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     auto application = std::make_unique<QApplication>(argumentCount, argumentList);
-    QApplication::setApplicationName(QStringLiteral("tarnwick-basic"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Tarnwick Basic"));
+    QApplication::setApplicationName(QStringLiteral("Tarnwick Basic")); // desktops show it with the status item
+    QApplication::setDesktopFileName(QStringLiteral("org.tarnwick.Basic"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));
     application->setProperty("buildNumber", QStringLiteral(TARNWICK_BUILD));
     QApplication::setWindowIcon(AppIcon::icon());

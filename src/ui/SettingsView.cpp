@@ -3,6 +3,7 @@
 #include "base/Text.h"
 #include "desktop/FileManager.h"
 #include "desktop/LoginItem.h"
+#include "desktop/Notifier.h"
 #include "model/AppModel.h"
 #include "store/Locations.h"
 #include "store/Log.h"
@@ -133,6 +134,8 @@ QWidget *SettingsView::makeNotifications() {
         AppConfig next = model.config();
         next.notifications = on;
         model.setConfig(next);
+        if (on)
+            Notifier::requestAuthorization();
     });
     columnOf(card)->addWidget(notifications);
     return group(QStringLiteral("Notifications"), card);

@@ -1,0 +1,168 @@
+#include "app/AppDelegate.h"
+
+#include "app/MainWindow.h"
+#include "app/ModelSession.h"
+#include "app/StatusText.h"
+#include "app/Version.h"
+#include "desktop/LoginItem.h"
+#include "desktop/Notifier.h"
+#include "model/AppModel.h"
+#include "store/Log.h"
+#include "store/TestRoot.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+AppDelegate::AppDelegate(ModelSession &modelSession, Launch how)
+    : session(modelSession), model(session.model()), launch(how) {
+}
+
+AppDelegate::~AppDelegate() {
+    model.onRunFinished = nullptr;
+    Notifier::whenClicked(nullptr);
+    if (window)
+        window->saveFrame();
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    Log::shared().write(QStringLiteral("Tarnwick Basic " TARNWICK_VERSION " started") +
+                        (launch.atLogin ? QStringLiteral(" at login") : QString()));
+    makeStatusItem();
+    Notifier::whenClicked([this](const QString &activationToken) { showActivity(activationToken); });
+    session.followDrives();
+    connect(&model, &AppModel::changed, statusItem.get(), &StatusItem::update);
+    connect(&model, &AppModel::progressChanged, statusItem.get(), &StatusItem::update);
+    model.onRunFinished = [this](const SyncRun &run) { runFinished(run); };
+    const bool isFirstRun = !model.config().hasCompletedFirstRun;
+    if (isFirstRun)
+        completeFirstRun();
+    model.start(launch.atLogin && !isFirstRun);
+    const bool waitsQuietly = launch.atLogin && !model.config().pairs.empty();
+    if (!waitsQuietly && !launch.inBackground)
+        showWindow();
+    openForTest();
+}
+
+void AppDelegate::makeStatusItem() {
+    statusItem = std::make_unique<StatusItem>(
+        model, StatusItem::Commands{[this] { showWindow(); }, [this] { showActivity(); }, [this] { syncNow(); },
+                                    [this] { cancelSync(); }, [this] { toggleAuto(); },
+                                    [this] { applicationShouldTerminate(); }});
+}
+
+void AppDelegate::completeFirstRun() {
+    AppConfig config = model.config();
+    config.hasCompletedFirstRun = true;
+    model.setConfig(config);
+    LoginItem::set(true); // a failure is in the log
+    Notifier::requestAuthorization();
+}
+
+void AppDelegate::showWindow(const QString &activationToken) {
+    if (!window)
+        window = std::make_unique<MainWindow>(
+            model, MainWindow::Commands{[this] { addFolder(); }, [this] { showActivity(); }, [this] { showSettings(); },
+                                        [this] { applicationShouldTerminate(); }});
+    // Automated runs must not take the keyboard away from whoever works at the same desktop.
+    window->setAttribute(Qt::WA_ShowWithoutActivating, TestRoot::isActive());
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    window->show();
+    window->raise();
+    if (!TestRoot::isActive()) {
+        if (!activationToken.isEmpty())
+            qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8()); // where Qt looks for it, and takes it away
+        window->activateWindow();
+    }
+    model.refreshEnvironment();
+}
+
+void AppDelegate::showSettings() {
+    model.setTab(MainTab::settings);
+    showWindow();
+}
+
+void AppDelegate::showActivity(const QString &activationToken) {
+    model.setTab(MainTab::activity);
+    showWindow(activationToken);
+}
+
+void AppDelegate::addFolder(const QString &activationToken) {
+    showWindow(activationToken);
+    model.requestAddFolder();
+}
+
+void AppDelegate::syncNow() {
+    model.sync(std::nullopt, SyncTrigger::manual);
+}
+
+void AppDelegate::cancelSync() {
+    model.cancelSync();
+}
+
+void AppDelegate::toggleAuto() {
+    AppConfig config = model.config();
+    config.autoSyncOnConnect = !config.autoSyncOnConnect;
+    model.setConfig(config);
+}
+
+void AppDelegate::perform(const QString &action, const QString &activationToken) {
+    if (action == QStringLiteral("add-folder"))
+        return addFolder(activationToken);
+    if (action == QStringLiteral("show-activity"))
+        return showActivity(activationToken);
+    if (action == QStringLiteral("show-settings"))
+        model.setTab(MainTab::settings);
+    if (action == QStringLiteral("sync-now")) {
+        syncNow();
+        if (model.busy())
+            return;
+        // Nothing could be synced: the window tells why.
+    }
+    showWindow(activationToken);
+}
+
+bool AppDelegate::userSeesTheWindow() const {
+    return QGuiApplication::applicationState() == Qt::ApplicationActive && window && window->isVisible();
+}
+
+void AppDelegate::runFinished(const SyncRun &run) {
+    if (model.config().notifications && (run.trigger != SyncTrigger::manual || !userSeesTheWindow()))
+        Notifier::post(StatusText::notificationTitle(run), run.headline());
+}
+
+void AppDelegate::applicationShouldTerminate() {
+    if (!model.busy())
+        return QCoreApplication::exit(0);
+    if (std::exchange(isAskingToQuit, true))
+        return;
+    QMessageBox alert(QMessageBox::Warning, QStringLiteral("Tarnwick Basic"), QStringLiteral("A sync is in progress"));
+    alert.setInformativeText(QStringLiteral("If you quit now, the sync stops safely after the current file. Files "
+                                            "already copied are kept."));
+    QPushButton *keep = alert.addButton(QStringLiteral("Keep Syncing"), QMessageBox::RejectRole);
+    const QPushButton *stop = alert.addButton(QStringLiteral("Stop and Quit"), QMessageBox::DestructiveRole);
+    alert.setDefaultButton(keep);
+    alert.setEscapeButton(keep);
+    alert.show();
+    alert.raise();
+    alert.activateWindow();
+    alert.exec();
+    isAskingToQuit = false;
+    if (alert.clickedButton() != stop)
+        return;
+    model.cancelSync();
+    QTimer::singleShot(1000, this, [] { QCoreApplication::exit(0); });
+}
+
+void AppDelegate::openForTest() {
+    if (!TestRoot::isActive())
+        return;
+    const QString wanted = qEnvironmentVariable("TARNWICK_TEST_OPEN");
+    if (wanted == QStringLiteral("settings"))
+        model.setTab(MainTab::settings);
+    else if (wanted == QStringLiteral("activity"))
+        model.setTab(MainTab::activity);
+    else if (wanted == QStringLiteral("addfolder"))
+        QTimer::singleShot(1500, this, [this] { model.requestAddFolder(); });
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "app/StatusItem.h"
+
+#include <QObject>
+#include <QString>
+
+#include <memory>
+
+class AppModel;
+class MainWindow;
+class ModelSession;
+struct SyncRun;
+
+/// The application around the model: launch, status item, window, notifications, and the question before quitting. For
+/// the main thread.
+class AppDelegate : public QObject {
+  public:
+    /// How the application was started.
+    struct Launch {
+        bool atLogin = false;
+        bool inBackground = false; ///< Somebody asks for something in a moment; the window isn't wanted by itself.
+    };
+
+    AppDelegate(ModelSession &modelSession, Launch how);
+    /// Remembers the window's place.
+    ~AppDelegate() override;
+
+    /// Everything that happens once, in its order. The event loop runs afterwards.
+    void applicationDidFinishLaunching();
+
+    /// Makes the window if need be and brings it to the front. Under Wayland that takes an activation token, if one is
+    /// there.
+    void showWindow(const QString &activationToken = {});
+    void showSettings();
+    void showActivity(const QString &activationToken = {});
+    void addFolder(const QString &activationToken = {});
+    void syncNow();
+    void cancelSync();
+    void toggleAuto();
+
+    /// Quits, after a question when a sync runs.
+    void applicationShouldTerminate();
+
+    /// What a desktop entry's action does: "sync-now", "add-folder", "show-activity" or "show-settings"; anything else
+    /// shows the window.
+    void perform(const QString &action, const QString &activationToken);
+
+  private:
+    void makeStatusItem();
+    void completeFirstRun();
+    void runFinished(const SyncRun &run);
+    void openForTest();
+    bool userSeesTheWindow() const;
+
+    ModelSession &session;
+    AppModel &model;
+    Launch launch;
+    std::unique_ptr<StatusItem> statusItem;
+    std::unique_ptr<MainWindow> window;
+    bool isAskingToQuit = false;
+};
