@@ -93,10 +93,11 @@ std::vector<fs::path> mountPointsOf(std::string_view udisksObject) {
 bool deviceExists(dev_t device) {
     if (major(device) == 0)
         return true;
-    const fs::path entry = "/sys/dev/block/" + std::to_string(major(device)) + ':' + std::to_string(minor(device));
+    const fs::path devices = "/sys/dev/block";
+    const fs::path entry = devices / (std::to_string(major(device)) + ':' + std::to_string(minor(device)));
     std::error_code error;
-    if (!fs::exists(entry, error))
-        return error != std::error_code();
+    if (!fs::exists(entry, error)) // in a chroot without /sys nothing tells
+        return error != std::error_code() || !fs::exists(devices, error);
     // A loop device stays when its file is detached; only its "loop" folder goes.
     constexpr unsigned loopMajor = 7;
     return major(device) != loopMajor || fs::exists(entry / "loop", error);

@@ -1,0 +1,267 @@
+#!/usr/bin/python3
+"""The whole application on a desktop of its own, as a user meets it. Usage: application_test.py PROGRAM TEST"""
+
+import contextlib
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import unittest
+
+import dbus
+
+from desktop import APPLICATION, Desktop, FileManager, NotificationServer, wait_for
+
+PROGRAM = os.path.abspath(sys.argv[1])
+PROFILE = """{"app": "Tarnwick Basic", "machine": "0123456789abcdef", "savedBy": "Old Mac",
+    "savedAt": "2026-01-02T03:04:05Z", "version": 1,
+    "pairs": [{"sourceRelPath": "Bilder", "backupRelPath": "Bilder", "enabled": true}]}"""
+SLOW = pathlib.Path(__file__).with_name("slow-folder")
+
+
+@contextlib.contextmanager
+def slow_folder(desktop):
+    """A folder in the list whose one file takes half a minute to read."""
+    folder = desktop.home / "Film"
+    folder.mkdir()
+    served = desktop.start("/usr/bin/python3", str(SLOW), str(folder))
+    try:
+        wait_for("the slow folder", lambda: (folder / "film.mov").exists())
+        desktop.add("Film", {})
+        yield
+    finally:
+        subprocess.run(["fusermount3", "-u", "-z", str(folder)], check=False)
+        served.wait(10)
+
+
+class Application(unittest.TestCase):
+    def setUp(self):
+        self.desktop = self.enterContext(Desktop(PROGRAM))
+
+    def test_menu(self):
+        desktop = self.desktop
+        desktop.add("Notes", {"a & b.txt": "one"})
+        desktop.launch()
+        wait_for("the window", desktop.windows)
+        desktop.start_panel()  # after the program, as it can be at login
+        self.assertEqual(list(desktop.menu()),
+                         ["Ready: 1 folder selected", "--- 1", "Sync Now", "--- 3", "Open Tarnwick Basic…",
+                          "Sync When Drive Connects", "--- 6", "Quit Tarnwick Basic"])
+        self.assertFalse(desktop.menu()["Ready: 1 folder selected"]["enabled"])
+        self.assertEqual(desktop.tooltip(), "Tarnwick Basic")
+        desktop.choose("Sync When Drive Connects")
+        wait_for("the setting", lambda: desktop.settings()["autoSyncOnConnect"] is False)
+        wait_for("the mark", lambda: desktop.menu()["Sync When Drive Connects"]["toggle-state"] == 0)
+        desktop.choose("Sync Now")
+        last = wait_for("the run", lambda: [label for label in desktop.menu() if label.startswith("Last sync: Today")])
+        self.assertTrue(last[0].endswith(" — 1 file copied (3 bytes)"), last)
+        self.assertEqual(desktop.tooltip(), "Tarnwick Basic — last sync " + last[0][11:].replace(" — ", ": "))
+        self.assertEqual((desktop.cloud / "Notes/a & b.txt").read_text(), "one")
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the window's end", lambda: not desktop.windows())
+        desktop.choose(last[0])
+        wait_for("Activity", lambda: desktop.node("list", "Syncs, newest first"))
+        desktop.choose("Quit Tarnwick Basic")
+        self.assertEqual(desktop.children[-2].wait(10), 0)
+
+    def test_notifications(self):
+        desktop, server = self.desktop, NotificationServer(self.desktop.bus)
+        desktop.add("R&D <b>", {"a.txt": "one"})
+        desktop.launch()
+        wait_for("the window", desktop.windows)
+        desktop.run("--sync")  # watched in the open window: no notification
+        wait_for("the first run", lambda: len(desktop.history()) == 1)
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the window's end", lambda: not desktop.windows())
+        (desktop.home / "R&D <b>").rename(desktop.home / "away")
+        desktop.run("--sync")
+        wait_for("the second run", lambda: len(desktop.history()) == 2)
+        wait_for("a notification", lambda: server.shown)
+        self.assertEqual(server.shown, [{"title": "Tarnwick Basic finished with problems", "body": "1 problem",
+                                         "actions": ["default", "Show Activity"],
+                                         "hints": {"desktop-entry": "org.tarnwick.Basic", "sound-name": "complete"}}])
+        server.ActionInvoked(77, "default")  # somebody else's
+        server.ActionInvoked(1, "default")
+        wait_for("Activity", lambda: desktop.windows() and desktop.node("list", "Syncs, newest first"))
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the window's end", lambda: not desktop.windows())
+        server.ActionInvoked(77, "default")
+        settings = desktop.settings()
+        desktop.run("--sync")
+        wait_for("the third run", lambda: len(desktop.history()) == 3)
+        wait_for("a second notification", lambda: len(server.shown) == 2)
+        self.assertFalse(desktop.windows())
+        self.assertTrue(settings["notifications"])
+
+    def test_one_instance(self):
+        desktop = self.desktop
+        first = desktop.launch()
+        wait_for("the window", desktop.windows)
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the window's end", lambda: not desktop.windows())
+        self.assertEqual(desktop.run("--login").returncode, 0)
+        self.assertFalse(desktop.windows())
+        self.assertEqual(desktop.run().returncode, 0)
+        wait_for("the window again", desktop.windows)
+        self.assertEqual(desktop.run("--action", "show-settings").returncode, 0)
+        wait_for("Settings", lambda: desktop.node("push button", "Open Log"))
+        # Other settings, another instance, which leaves the name to the first.
+        owner = desktop.bus.get_name_owner("org.tarnwick.Basic")
+        os.environ["XDG_DATA_HOME"] = str(desktop.home / "other")
+        desktop.launch()
+        wait_for("a second window", lambda: desktop.windows() == 2)
+        self.assertEqual(desktop.run().returncode, 0)
+        self.assertEqual(desktop.bus.get_name_owner("org.tarnwick.Basic"), owner)
+        # A crash leaves nothing behind that keeps the next start away.
+        del os.environ["XDG_DATA_HOME"]
+        first.send_signal(signal.SIGKILL)
+        first.wait()
+        wait_for("its window's end", lambda: desktop.windows() == 1)
+        third = desktop.launch()
+        wait_for("the window after the crash", lambda: desktop.windows() == 2)
+        self.assertIsNone(third.poll())
+        third.terminate()
+        self.assertEqual(third.wait(10), 0)
+
+    def test_started_by_the_bus(self):
+        desktop = self.desktop
+        desktop.add("Notes", {"a.txt": "one"})
+        application = desktop.bus.get_object("org.tarnwick.Basic", "/org/tarnwick/Basic")
+        application.ActivateAction("sync-now", dbus.Array([], signature="v"), {}, dbus_interface=APPLICATION)
+        wait_for("the run", desktop.history)
+        self.assertFalse(desktop.windows())
+        application.Activate({}, dbus_interface=APPLICATION)
+        wait_for("the window", desktop.windows)
+        process = desktop.bus.call_blocking("org.freedesktop.DBus", "/", "org.freedesktop.DBus",
+                                            "GetConnectionUnixProcessID", "s", ("org.tarnwick.Basic",))
+        os.kill(process, signal.SIGTERM)
+
+    def test_start_at_login(self):
+        desktop = self.desktop
+        first = desktop.launch()
+        wait_for("the login item", (desktop.home / ".config/autostart/org.tarnwick.Basic.desktop").exists)
+        wait_for("a word about notifications", lambda: "Notification permission error: " in desktop.log())
+        first.terminate()
+        self.assertEqual(first.wait(10), 0)
+        desktop.add("Notes", {"a.txt": "one"})
+        desktop.start("dex", "--autostart")
+        wait_for("the start", lambda: "started at login\n" in desktop.log())
+        wait_for("the sync at the start", lambda: "Sync finished: 1 file copied (3 bytes)\n" in desktop.log(), 40)
+        self.assertEqual(desktop.history()[0]["trigger"], "launch")
+        self.assertFalse(desktop.windows())
+        self.assertEqual(desktop.run("--action", "show-activity").returncode, 0)
+        wait_for("the window", desktop.windows)
+        os.kill(int((desktop.settings_folder / "tarnwick-basic.lock").read_text().split()[0]), signal.SIGTERM)
+
+    def test_quitting_during_a_sync(self):
+        desktop = self.desktop
+        with slow_folder(desktop):
+            application = desktop.launch()
+            desktop.start_panel()
+            desktop.menu()
+            desktop.choose("Sync Now")
+            wait_for("the percentage", lambda: "Syncing “Film” — " in " ".join(desktop.menu()))
+            self.assertRegex(desktop.tooltip(), "^Tarnwick Basic is syncing [0-9]+%$")
+            desktop.choose("Quit Tarnwick Basic")
+            desktop.press("push button", "Keep Syncing")
+            wait_for("the question's end", lambda: not desktop.node("push button", "Keep Syncing"))
+            self.assertIsNone(application.poll())
+            self.assertIn("Stop Sync", desktop.menu())
+            desktop.choose("Quit Tarnwick Basic")
+            desktop.press("push button", "Stop and Quit")
+            self.assertEqual(application.wait(15), 0)
+        self.assertTrue(desktop.history()[0]["cancelled"])
+        self.assertEqual(list(desktop.cloud.rglob("*.*")), [])
+
+    def test_file_manager(self):
+        desktop, manager = self.desktop, FileManager(self.desktop.bus)
+        desktop.launch("--action", "show-settings")
+        desktop.press("push button", "Show Settings Folder")
+        wait_for("the request", lambda: manager.shown)
+        self.assertEqual(manager.shown, [(desktop.settings_folder / "config.json").as_uri()])
+
+    def test_drive(self):
+        desktop, server = self.desktop, NotificationServer(self.desktop.bus)
+        desktop.start_panel()
+        with Drive(desktop) as drive:
+            application = desktop.launch()
+            wait_for("the window", desktop.windows)
+            subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+            desktop.menu()
+            drive.udisks("mount")
+            wait_for("the progress", lambda: re.fullmatch("Tarnwick Basic is syncing [1-9][0-9]?%", desktop.tooltip()))
+            wait_for("the notification", lambda: server.shown)
+            self.assertEqual(server.shown[0]["title"], "Tarnwick Basic sync complete")
+            self.assertEqual(server.shown[0]["body"], "2 files copied (536.9 MB)")
+            self.assertEqual(desktop.history()[0]["trigger"], "driveConnected")
+            server.ActionInvoked(1, "default")
+            wait_for("the run in Activity", lambda: desktop.node("list", "Syncs, newest first").childCount == 1)
+            drive.udisks("unmount")
+            wait_for("the eject", lambda: desktop.log().endswith("Drive disconnected: Fotos März\n"))
+            application.terminate()
+            self.assertEqual(application.wait(10), 0)
+            # At the next login the drive is there before the application.
+            drive.udisks("mount")
+            desktop.start("dex", "--autostart")
+            wait_for("the sync at the start", lambda: len(desktop.history()) == 2, 40)
+            self.assertEqual(desktop.history()[0]["trigger"], "launch")
+            drive.udisks("unmount")
+            wait_for("its notification", lambda: len(server.shown) == 2)
+            self.assertIn("started at login\nSync started (launch): Bilder\n", desktop.log())
+            desktop.choose("Quit Tarnwick Basic")
+            wait_for("the end", lambda: not desktop.item())
+
+
+class Drive:
+    """An image file that is plugged in as a drive of the real disk service, in a mount namespace of its own."""
+
+    def __init__(self, desktop):
+        self.desktop = desktop
+
+    def __enter__(self):
+        for folder in ("/media", "/mnt", "/run/dbus", "/run/udisks2"):
+            pathlib.Path(folder).mkdir(parents=True, exist_ok=True)
+            subprocess.run(["mount", "-t", "tmpfs", "tmpfs", folder], check=True)
+        self.serve("dbus-daemon --system --nofork --nopidfile", "dbus-send --system --print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.GetId")
+        self.serve("/lib/systemd/systemd-udevd", "udevadm control --ping")
+        self.serve("/usr/libexec/udisks2/udisksd", "udisksctl status")
+        top = self.desktop.home.parent
+        (top / "drive/.Tarnwick").mkdir(parents=True)
+        (top / "drive/.Tarnwick/profile-basic.json").write_text(PROFILE)
+        (top / "drive/Bilder").mkdir()
+        (top / "drive/Bilder/Grüße.txt").write_text("Hallo")
+        with open(top / "drive/Bilder/Film.mov", "wb") as film:
+            for _ in range(512):
+                film.write(os.urandom(1 << 20))
+        subprocess.run(["mkfs.ext4", "-q", "-L", "Fotos März", "-d", top / "drive", top / "image", "800M"], check=True,
+                       stdout=subprocess.DEVNULL)
+        said = subprocess.run(["udisksctl", "loop-setup", "-f", top / "image"], check=True, capture_output=True,
+                              text=True).stdout
+        self.device = re.search("/dev/loop[0-9]+", said)[0]
+        return self
+
+    def __exit__(self, *_):
+        subprocess.run(["udisksctl", "unmount", "-b", self.device], capture_output=True)
+        self.udisks("loop-delete")
+
+    def serve(self, program, question):
+        def answers():
+            return subprocess.run(question.split(), capture_output=True).returncode == 0
+
+        if not answers():
+            self.desktop.start(*program.split())
+            wait_for(program, answers)
+
+    def udisks(self, verb):
+        subprocess.run(["udisksctl", verb, "-b", self.device], check=True, stdout=subprocess.DEVNULL)
+
+
+if __name__ == "__main__":
+    if sys.argv[2] == "test_drive" and "IN_OWN_NAMESPACE" not in os.environ:
+        if os.geteuid() != 0:
+            sys.exit("[  SKIPPED ] drives can be plugged in by root only")
+        os.environ["IN_OWN_NAMESPACE"] = "1"
+        os.execvp("unshare", ["unshare", "--mount", "--propagation", "private", sys.executable, *sys.argv])
+    unittest.main(argv=[sys.argv[0], f"Application.{sys.argv[2]}"], verbosity=2, warnings="ignore")

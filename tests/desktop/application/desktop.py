@@ -1,0 +1,231 @@
+"""A desktop of its own for one test: a display, a session bus, a window manager, a home folder; and what the test wants
+of a panel, a notification server and a file manager."""
+
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import tempfile
+import time
+
+import dbus
+import dbus.mainloop.glib
+import dbus.service
+from gi.repository import GLib
+
+PATIENCE = 30  # seconds
+APPLICATION = "org.freedesktop.Application"
+PROPERTIES = "org.freedesktop.DBus.Properties"
+
+
+def wait_for(what, look, patience=PATIENCE):
+    """Serves the bus until `look` returns something, which is returned."""
+    end = time.monotonic() + patience
+    while True:
+        while GLib.MainContext.default().iteration(False):
+            pass
+        if found := look():
+            return found
+        if time.monotonic() > end:
+            raise AssertionError(f"did not come: {what}")
+        time.sleep(0.02)
+
+
+class Desktop:
+    def __init__(self, program):
+        self.program = program
+        self.children = []
+
+    def __enter__(self):
+        self.folder = tempfile.TemporaryDirectory(prefix="tarnwick-test-")
+        self.home = pathlib.Path(self.folder.name) / "home"
+        self.cloud = self.home / "Library/CloudStorage/OneDrive-Test"
+        self.cloud.mkdir(parents=True)
+        runtime = self.home.parent / "run"
+        runtime.mkdir(mode=0o700)
+        for name in [name for name in os.environ if name.startswith(("XDG_", "TARNWICK_", "DBUS_"))]:
+            del os.environ[name]
+        os.environ.update(HOME=str(self.home), XDG_RUNTIME_DIR=str(runtime), XDG_CURRENT_DESKTOP="test",
+                          LC_ALL="C.UTF-8", QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+                          XDG_CONFIG_DIRS="/nonexistent")
+        self.offer("org.tarnwick.Basic", f"{self.program} --service")
+        self.offer("org.freedesktop.Notifications", "/bin/false")  # keeps the bus from starting an installed one
+        os.environ["DISPLAY"] = ":" + self.line_of("Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24")
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = self.line_of("dbus-daemon", "--session", "--nofork", "--print-address")
+        self.bus = dbus.SessionBus(mainloop=dbus.mainloop.glib.DBusGMainLoop())
+        self.start("openbox")
+        return self
+
+    def __exit__(self, *_):
+        for child in reversed(self.children):
+            child.kill()
+            child.wait()
+        self.folder.cleanup()
+
+    def offer(self, name, program):
+        """Lets the bus start a program for a name."""
+        service = self.home.parent / f"run/dbus-1/services/{name}.service"
+        service.parent.mkdir(parents=True, exist_ok=True)
+        service.write_text(f"[D-BUS Service]\nName={name}\nExec={program}\n")
+
+    def start(self, *words, **options):
+        child = subprocess.Popen(words, cwd="/", stderr=subprocess.DEVNULL,
+                                 **{"stdout": subprocess.DEVNULL, **options})
+        self.children.append(child)
+        return child
+
+    def line_of(self, *words):
+        """Starts it and returns the first line that it prints."""
+        return self.start(*words, stdout=subprocess.PIPE, text=True).stdout.readline().strip()
+
+    def launch(self, *arguments):
+        return self.start(self.program, *arguments)
+
+    def run(self, *arguments):
+        """What the program prints, when it ends by itself."""
+        return subprocess.run([self.program, *map(str, arguments)], cwd="/", capture_output=True, text=True,
+                              timeout=PATIENCE)
+
+    def start_panel(self):
+        settings = self.home / ".config/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
+        settings.parent.mkdir(parents=True)
+        settings.write_text("""<channel name="xfce4-panel" version="1.0">
+            <property name="panels" type="array"><value type="int" value="1"/><property name="panel-1" type="empty">
+            <property name="position" type="string" value="p=6;x=0;y=0"/><property name="size" type="uint" value="28"/>
+            <property name="length" type="uint" value="100"/>
+            <property name="plugin-ids" type="array"><value type="int" value="1"/></property></property></property>
+            <property name="plugins" type="empty"><property name="plugin-1" type="string" value="systray"/></property>
+            </channel>""")
+        return self.start("xfce4-panel", "--disable-wm-check")
+
+    # The application's traces
+
+    def add(self, name, files):
+        """Puts a folder with these files (name: content) into the home folder and into the list."""
+        for file, content in files.items():
+            (self.home / name).mkdir(exist_ok=True)
+            (self.home / name / file).write_text(content)
+        outcome = self.run("--add", self.home / name, self.cloud / name)
+        assert outcome.returncode == 0, outcome.stderr
+
+    @property
+    def settings_folder(self):
+        return self.home / ".local/share/Tarnwick Basic"
+
+    def settings(self):
+        return json.loads((self.settings_folder / "config.json").read_text())
+
+    def history(self):
+        file = self.settings_folder / "history.json"
+        return json.loads(file.read_text()) if file.exists() else []
+
+    def log(self):
+        file = self.home / "Library/Logs/Tarnwick Basic/Tarnwick Basic.log"
+        return re.sub(r"(?m)^.{19}  ", "", file.read_text()) if file.exists() else ""
+
+    def windows(self):
+        """The titles of the windows on the screen."""
+        ids = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "Tarnwick Basic"], capture_output=True,
+                             text=True).stdout.split()
+        return len(ids)
+
+    # The status item
+
+    def item(self):
+        """The status item's bus name, once the panel has it."""
+        try:
+            watcher = self.bus.get_object("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher")
+            items = watcher.Get("org.kde.StatusNotifierWatcher", "RegisteredStatusNotifierItems",
+                                dbus_interface=PROPERTIES)
+        except dbus.DBusException:
+            return None
+        return str(items[0]).split("/")[0] if items else None
+
+    def item_property(self, name):
+        return self.bus.get_object(self.item(), "/StatusNotifierItem").Get("org.kde.StatusNotifierItem", name,
+                                                                           dbus_interface=PROPERTIES)
+
+    def tooltip(self):
+        return str(self.item_property("ToolTip")[2])
+
+    def menu(self):
+        """The visible entries by their texts, separators as "---"; the properties of each."""
+        self.menu_object = self.bus.get_object(wait_for("the status item", self.item), self.item_property("Menu"))
+        _, layout = self.menu_object.GetLayout(0, -1, dbus.Array([], signature="s"),
+                                               dbus_interface="com.canonical.dbusmenu")
+        entries = {}
+        for number, properties, _ in layout[2]:
+            if properties.get("visible", True):
+                label = str(properties.get("label", "---"))
+                entries[label if label != "---" else f"--- {len(entries)}"] = {**properties, "id": number}
+        return entries
+
+    def choose(self, label):
+        number = self.menu()[label]["id"]
+        self.menu_object.Event(number, "clicked", "", dbus.UInt32(0), dbus_interface="com.canonical.dbusmenu")
+
+    # What a screen reader finds
+
+    def node(self, role, name):
+        import pyatspi
+
+        def below(node):
+            for child in node:
+                if child is None:
+                    continue
+                if child.getRoleName() == role and child.name == name and \
+                        child.getState().contains(pyatspi.STATE_SHOWING):
+                    return child
+                if found := below(child):
+                    return found
+            return None
+
+        for application in pyatspi.Registry.getDesktop(0):
+            if application and "arnwick" in application.name and (found := below(application)):
+                return found
+        return None
+
+    def press(self, role, name):
+        wait_for(name, lambda: self.node(role, name)).queryAction().doAction(0)
+
+
+class NotificationServer(dbus.service.Object):
+    """Takes down what it is asked to show; reads markup and shows buttons."""
+
+    interface = "org.freedesktop.Notifications"
+
+    def __init__(self, bus):
+        self.shown = []
+        self.name = dbus.service.BusName(self.interface, bus)
+        super().__init__(self.name, "/org/freedesktop/Notifications")
+
+    @dbus.service.method(interface, out_signature="as")
+    def GetCapabilities(self):
+        return ["body", "body-markup", "actions"]
+
+    @dbus.service.method(interface, in_signature="susssasa{sv}i", out_signature="u")
+    def Notify(self, application, replaces, icon, summary, body, actions, hints, timeout):
+        self.shown.append({"title": str(summary), "body": str(body), "actions": list(map(str, actions)),
+                           "hints": {str(key): str(value) for key, value in hints.items()}})
+        return len(self.shown)
+
+    @dbus.service.signal(interface, signature="us")
+    def ActionInvoked(self, number, action):
+        pass
+
+
+class FileManager(dbus.service.Object):
+    """Takes down what it is asked to show."""
+
+    interface = "org.freedesktop.FileManager1"
+
+    def __init__(self, bus):
+        self.shown = []
+        self.name = dbus.service.BusName(self.interface, bus)
+        super().__init__(self.name, "/org/freedesktop/FileManager1")
+
+    @dbus.service.method(interface, in_signature="ass")
+    def ShowItems(self, uris, token):
+        self.shown += map(str, uris)
