@@ -34,8 +34,8 @@ std::optional<QString> spaceProblem(const std::vector<const PairPlan *> &plans) 
     for (const PairPlan *plan : plans) {
         if (plan->copies.empty())
             continue;
-        // A bare chroot has a mount table without the file system that it is on.
-        totals[Locations::containingVolume(plan->backup).value_or("/")] += need(*plan);
+        if (const auto volume = Locations::containingVolume(plan->backup))
+            totals[*volume] += need(*plan);
     }
     for (const auto &[volume, total] : totals) {
         const std::optional<std::int64_t> free = freeSpace(volume);
