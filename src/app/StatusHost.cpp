@@ -7,7 +7,6 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QGuiApplication>
-#include <QTimer>
 
 #include <cstdlib>
 #include <memory>
@@ -50,10 +49,12 @@ StatusHost::StatusHost() {
     bus.connect(watcherName, watcherPath, watcherName, QStringLiteral("StatusNotifierHostRegistered"), this,
                 SLOT(ask()));
     ask();
-    QTimer::singleShot(10'000, this, [this] {
+    older.setSingleShot(true);
+    connect(&older, &QTimer::timeout, this, [this] {
         if (hasOlderTray())
             tell();
     });
+    older.start(10'000);
 }
 
 void StatusHost::ask() {
@@ -73,5 +74,6 @@ void StatusHost::ask() {
 void StatusHost::tell() {
     if (std::exchange(isTold, true))
         return;
+    older.stop();
     Q_EMIT found();
 }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include <QObject>
-
-class QDBusMessage;
+#include <QTimer>
 
 /// Waits for somebody who shows status items: a StatusNotifier host on the session bus, which may come at any time, or
 /// the older tray of an X11 desktop. Qt decides between the two once per process, when it is first asked for a status
@@ -21,5 +20,6 @@ class StatusHost : public QObject {
 
   private:
     void tell();
+    QTimer older; // until the older tray is looked for
     bool isTold = false;
 };
