@@ -32,6 +32,8 @@ constexpr const char *help =
     R"(Tarnwick Basic keeps a one-way backup of folders in your OneDrive folder.
 
   tarnwick-basic     start, or bring the running application to the front
+  tarnwick-basic --action sync-now | add-folder | show-activity | show-settings
+                     let the application do that; start it if need be
   tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]
                      back up one folder, once; no settings are touched
   tarnwick-basic --sync [NAME-OR-ID ...] [--json]

@@ -94,10 +94,11 @@ class Desktop:
         settings.write_text("""<channel name="xfce4-panel" version="1.0">
             <property name="panels" type="array"><value type="int" value="1"/><property name="panel-1" type="empty">
             <property name="position" type="string" value="p=6;x=0;y=0"/><property name="size" type="uint" value="28"/>
-            <property name="length" type="uint" value="100"/>
-            <property name="plugin-ids" type="array"><value type="int" value="1"/></property></property></property>
-            <property name="plugins" type="empty"><property name="plugin-1" type="string" value="systray"/></property>
-            </channel>""")
+            <property name="length" type="uint" value="100"/><property name="position-locked" type="bool" value="true"/>
+            <property name="plugin-ids" type="array"><value type="int" value="1"/><value type="int" value="2"/>
+            </property></property></property><property name="plugins" type="empty">
+            <property name="plugin-1" type="string" value="separator"><property name="expand" type="bool" value="true"/>
+            </property><property name="plugin-2" type="string" value="systray"/></property></channel>""")
         return self.start("xfce4-panel", "--disable-wm-check")
 
     # The application's traces
