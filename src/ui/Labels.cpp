@@ -8,6 +8,12 @@
 
 namespace Labels {
 
+namespace {
+
+constexpr const char *strengthProperty = "strength";
+
+} // namespace
+
 QColor colour(Strength strength, const QPalette &palette) {
     switch (strength) {
     case Strength::Secondary:
@@ -26,6 +32,15 @@ void setStrength(QLabel *label, Strength strength) {
     QPalette own = label->parentWidget() ? label->parentWidget()->palette() : QPalette();
     own.setColor(QPalette::WindowText, colour(strength, QPalette()));
     label->setPalette(own);
+    label->setProperty(strengthProperty, static_cast<int>(strength));
+}
+
+void takeOverPalette(const QWidget &view) {
+    for (QLabel *label : view.findChildren<QLabel *>()) {
+        const QVariant strength = label->property(strengthProperty);
+        if (strength.isValid())
+            setStrength(label, static_cast<Strength>(strength.toInt()));
+    }
 }
 
 QLabel *make(const QString &text, const QFont &font, Strength strength) {

@@ -100,6 +100,12 @@ void PairRowView::render(const PairRow &pairRow) {
     renderBackup();
 }
 
+QWidget *PairRowView::follow(QWidget *before) {
+    setTabOrder(before, tick);
+    setTabOrder(tick, menuButton);
+    return menuButton;
+}
+
 void PairRowView::renderCards() {
     const PairRowText::CardLook look = PairRowText::cardLook(row, hoverState, palette());
     for (Card *card : {originalCard, backupCard})

@@ -16,6 +16,7 @@ constexpr int margin = 11;
 StatusChip::StatusChip(const QString &systemImage, QWidget *parent)
     : QWidget(parent), symbol(systemImage), glyph(new GlyphView(systemImage, 14)),
       label(new ElidedLabel(Theme::font(Theme::Type::Callout))) {
+    glyph->setTint(Theme::secondary);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(margin + dotSize + 7, 6, margin, 6);
     layout->setSpacing(6);
@@ -27,7 +28,6 @@ StatusChip::StatusChip(const QString &systemImage, QWidget *parent)
 
 void StatusChip::render(bool ok, const QString &text) {
     isOk = ok;
-    glyph->setColour(Theme::secondary(palette()));
     label->setText(text);
     label->updateGeometry();
     setToolTip(tooltip(ok, symbol, text));
