@@ -2,6 +2,7 @@
 
 #include <QHelpEvent>
 #include <QPainter>
+#include <QTextDocument>
 #include <QToolTip>
 
 #include <algorithm>
@@ -88,6 +89,6 @@ bool ElidedLabel::event(QEvent *event) {
     if (event->type() != QEvent::ToolTip || !toolTip().isEmpty())
         return QLabel::event(event);
     if (fontMetrics().horizontalAdvance(text()) > width())
-        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), text().toHtmlEscaped(), this);
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), Qt::convertFromPlainText(text()), this);
     return true;
 }

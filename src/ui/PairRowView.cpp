@@ -17,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QMenu>
 #include <QMessageBox>
+#include <QTextDocument>
 
 namespace {
 
@@ -174,7 +175,7 @@ void PairRowView::chooseBackup() {
         auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("That folder can't be used"),
                                       QStringLiteral("That folder can't be used"), QMessageBox::Ok, window());
         alert->setTextFormat(Qt::PlainText);
-        alert->setInformativeText(refusal->toHtmlEscaped());
+        alert->setInformativeText(Qt::convertFromPlainText(*refusal)); // names come from disks
         alert->setAttribute(Qt::WA_DeleteOnClose);
         alert->open();
     }

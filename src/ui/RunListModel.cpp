@@ -8,6 +8,7 @@
 
 #include <QPainter>
 #include <QStringList>
+#include <QTextDocument>
 
 #include <algorithm>
 
@@ -40,7 +41,7 @@ int RunListModel::rowCount(const QModelIndex &parent) const {
 QVariant RunListModel::data(const QModelIndex &index, int role) const {
     const Entry &entry = entryAt(index);
     if (role == Qt::ToolTipRole)
-        return entry.headline.toHtmlEscaped();
+        return Qt::convertFromPlainText(entry.headline);
     if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
         return QStringList{entry.when, entry.headline, entry.trigger}.join(QStringLiteral(", "));
     return {};

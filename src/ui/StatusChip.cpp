@@ -5,6 +5,7 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QTextDocument>
 
 namespace {
 
@@ -30,9 +31,10 @@ void StatusChip::render(bool ok, const QString &text) {
     isOk = ok;
     label->setText(text);
     label->updateGeometry();
-    setToolTip(tooltip(ok, symbol, text));
+    const QString hint = tooltip(ok, symbol, text);
+    setToolTip(Qt::convertFromPlainText(hint));
     setAccessibleName(text);
-    setAccessibleDescription(toolTip());
+    setAccessibleDescription(hint);
     update();
 }
 

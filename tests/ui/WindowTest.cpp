@@ -1,5 +1,6 @@
 #include "SampleWindow.h"
 #include "base/Fmt.h"
+#include "support/LoopMount.h"
 #include "ui/AddFolderSheet.h"
 #include "ui/FolderPanel.h"
 #include "ui/MainView.h"
@@ -15,6 +16,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QTest>
+#include <QTextDocumentFragment>
 #include <QToolButton>
 
 #include <gtest/gtest.h>
@@ -103,6 +105,64 @@ TEST_F(WindowTest, AFolderIsAddedThroughTheSheet) {
     EXPECT_FALSE(model.banner());
 }
 
+QString asShown(const QString &labelText) {
+    return Qt::mightBeRichText(labelText) ? QTextDocumentFragment::fromHtml(labelText).toPlainText() : labelText;
+}
+
+TEST_F(WindowTest, EveryRefusalIsShownInItsPlace) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
+    const fs::path original = world.oneDrive("Backups"), locked = world.oneDrive("Lock & Key");
+    fs::create_directory(locked);
+    const Mount mount("tmpfs", locked, "tmpfs", "ro");
+    using Rows = std::vector<std::tuple<fs::path, fs::path, const char *>>;
+    Rows rows = {
+        {original, world.home("Documents"),
+         "Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not OneDrive's top folder)."},
+        {original, original / "in", "The backup folder can't be inside the original folder (or the other way round)."},
+        {original, locked, "Tarnwick can't write to “Lock & Key”. Pick a folder you have permission to change."},
+        {original, locked / "new",
+         "Tarnwick can't create a folder in “Lock & Key”. Pick a folder you have permission to change."},
+        {original, world.oneDrive("none/new"),
+         "The place for the backup (“none”) isn't available. Open OneDrive and make sure it is signed in."},
+        {world.home(""), original,
+         "“Home” can't be backed up from there. Pick a folder inside your home folder or on a connected drive."},
+        {original, locked,
+         "OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings."}};
+    for (const auto &[from, backup, refusal] : rows) {
+        model.requestAddFolder();
+        AddFolderSheet *open = sheet();
+        answer({from, backup});
+        click(*open, QStringLiteral("Choose…"));
+        click(*open, QStringLiteral("Choose Existing…"));
+        if (&refusal == &std::get<2>(rows.back()))
+            fs::rename(world.home("Library"), world.home("Gone"));
+        click(*open, QStringLiteral("Add Folder"));
+        EXPECT_TRUE(shows(*open, QString::fromUtf8(refusal))) << refusal;
+        click(*open, QStringLiteral("Cancel"));
+        waitFor([&] { return !view.findChild<AddFolderSheet *>(); });
+    }
+    fs::rename(world.home("Gone"), world.home("Library"));
+
+    ASSERT_EQ(model.addPair(original, world.oneDrive("Photos")), std::nullopt);
+    ASSERT_TRUE(waitFor([&] { return view.findChild<PairRowView *>() != nullptr; }));
+    rows.erase(rows.end() - 2, rows.end());
+    rows.push_back({original, original, "That folder isn't in the list any more."});
+    for (const auto &[from, backup, refusal] : rows) {
+        FolderPanel::answerWith([&](QWidget *, const FolderPanel::Request &) {
+            if (backup == original)
+                model.remove(model.config().pairs.at(0).id);
+            return std::optional(backup);
+        });
+        view.findChild<PairRowView *>()->chooseBackup();
+        auto *alert = view.findChild<QMessageBox *>();
+        ASSERT_TRUE(alert) << refusal;
+        EXPECT_EQ(asShown(alert->informativeText()), QString::fromUtf8(refusal));
+        alert->accept();
+        waitFor([&] { return !view.findChild<QMessageBox *>(); });
+    }
+}
+
 TEST_F(WindowTest, EscapeClosesTheSheetWithoutAChange) {
     model.requestAddFolder();
     AddFolderSheet *open = sheet();
@@ -120,6 +180,9 @@ TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
     tick->click();
     EXPECT_TRUE(comesToShow(QStringLiteral("Ready to sync 1 folder")));
     EXPECT_FALSE(model.config().pairs.at(1).enabled);
+    tick->click();
+    EXPECT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    tick->click();
     QTest::keyClick(&view, Qt::Key_S, Qt::ControlModifier);
     EXPECT_TRUE(model.busy());
     EXPECT_TRUE(waitFor([&] { return !model.busy() && !button(view, QStringLiteral("Cancel")); }));
@@ -157,7 +220,7 @@ TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
                            QString(), QStringLiteral("Remove from List")}));
 }
 
-TEST_F(WindowTest, ARunningSyncIsCancelledAndItsBarNeverGoesBackNorIsFullTooEarly) {
+TEST_F(WindowTest, TheBarOfARunningSyncNeverGoesBackNorIsFullTooEarly) {
     SyncProgress progress;
     progress.stage = SyncProgress::Stage::copying;
     progress.filesTotal = 2;
@@ -174,7 +237,18 @@ TEST_F(WindowTest, ARunningSyncIsCancelledAndItsBarNeverGoesBackNorIsFullTooEarl
     ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Cancel")) != nullptr; }));
     EXPECT_FALSE(button(view, QStringLiteral("Sync Now")));
     EXPECT_FALSE(view.syncNowAction()->isEnabled());
+}
+
+TEST_F(WindowTest, CancelStopsARunningSync) {
+    for (int i = 0; i < 3000; ++i)
+        world.tree.file("Volumes/Backup/Projects/2024/Photos/" + std::to_string(i));
+    world.addTwo(model);
+    ASSERT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    click("Sync Now");
+    ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Cancel")) != nullptr; }));
     click("Cancel");
+    ASSERT_TRUE(waitFor([&] { return !model.busy(); }));
+    EXPECT_TRUE(model.history().at(0).cancelled);
 }
 
 TEST_F(WindowTest, ReviewOpensTheLastRunAndTheListSelectsOthers) {
