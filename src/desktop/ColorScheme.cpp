@@ -21,7 +21,7 @@ const QString colorScheme = QStringLiteral("color-scheme");
 ColorScheme::ColorScheme() {
     // From any sender: Qt would wait for the bus to say who owns the portal's name.
     QDBusConnection::sessionBus().connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
-                                          SLOT(settingChanged(QString, QString, QDBusVariant)));
+                                          SLOT(settingChanged(QDBusMessage)));
     ask(); // after the watch, so that no change falls in between
 }
 
@@ -37,9 +37,10 @@ void ColorScheme::ask() {
     });
 }
 
-void ColorScheme::settingChanged(const QString &group, const QString &key, const QDBusVariant &value) {
-    if (group == appearance && key == colorScheme)
-        tell(value.variant());
+void ColorScheme::settingChanged(const QDBusMessage &message) {
+    const QVariantList setting = message.arguments();
+    if (setting.size() == 3 && setting.at(0) == appearance && setting.at(1) == colorScheme)
+        tell(setting.at(2));
 }
 
 void ColorScheme::tell(QVariant value) {

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-class QDBusVariant;
+class QDBusMessage;
 class QVariant;
 
 /// Whether the user prefers light or dark windows, from the desktop's settings portal on the session bus. Asks without
@@ -22,7 +22,7 @@ class ColorScheme : public QObject {
     void told(ColorScheme::Preference preference);
 
   private Q_SLOTS:
-    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
+    void settingChanged(const QDBusMessage &message);
 
   private:
     void ask();
