@@ -307,6 +307,7 @@ TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
 TEST_F(WindowTest, EveryButtonHasAName) {
     world.addTwo(model);
     model.showSampleHistory(sampleHistory());
+    ASSERT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
     for (const MainTab tab : mainTabs) {
         model.setTab(tab);
         waitFor([&] { return button(view, title(tab)) && button(view, title(tab))->isChecked(); });
