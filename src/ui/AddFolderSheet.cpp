@@ -173,6 +173,7 @@ void AddFolderSheet::render() {
     errorRow->setVisible(draft.error.has_value());
     errorText->setText(draft.error.value_or(QString()));
     addButton->setEnabled(draft.canAdd(model));
+    errorRow->updateGeometry(); // by itself it tells of its new height too late
     layout()->activate();
     resize(width(), std::max(minimumHeight(), layout()->totalHeightForWidth(width())));
 }

@@ -130,36 +130,29 @@ TEST_F(WindowTest, EveryRefusalIsShownInItsPlace) {
         {original, locked,
          "OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings."}};
     for (const auto &[from, backup, refusal] : rows) {
-        model.requestAddFolder();
-        AddFolderSheet *open = sheet();
+        AddFolderSheet sheet(model);
+        sheet.show();
         answer({from, backup});
-        click(*open, QStringLiteral("Choose…"));
-        click(*open, QStringLiteral("Choose Existing…"));
-        if (&refusal == &std::get<2>(rows.back()))
+        click(sheet, QStringLiteral("Choose…"));
+        click(sheet, QStringLiteral("Choose Existing…"));
+        if (refusal == std::get<2>(rows.back()))
             fs::rename(world.home("Library"), world.home("Gone"));
-        click(*open, QStringLiteral("Add Folder"));
-        EXPECT_TRUE(shows(*open, QString::fromUtf8(refusal))) << refusal;
-        click(*open, QStringLiteral("Cancel"));
-        waitFor([&] { return !view.findChild<AddFolderSheet *>(); });
+        click(sheet, QStringLiteral("Add Folder"));
+        EXPECT_TRUE(shows(sheet, QString::fromUtf8(refusal))) << refusal;
     }
     fs::rename(world.home("Gone"), world.home("Library"));
-
     ASSERT_EQ(model.addPair(original, world.oneDrive("Photos")), std::nullopt);
-    ASSERT_TRUE(waitFor([&] { return view.findChild<PairRowView *>() != nullptr; }));
     rows.erase(rows.end() - 2, rows.end());
     rows.push_back({original, original, "That folder isn't in the list any more."});
     for (const auto &[from, backup, refusal] : rows) {
-        FolderPanel::answerWith([&](QWidget *, const FolderPanel::Request &) {
-            if (backup == original)
-                model.remove(model.config().pairs.at(0).id);
-            return std::optional(backup);
-        });
-        view.findChild<PairRowView *>()->chooseBackup();
-        auto *alert = view.findChild<QMessageBox *>();
+        PairRowView row(model, model.rows().at(0));
+        if (backup == original)
+            model.remove(row.pairID());
+        answer({backup});
+        row.chooseBackup();
+        const auto *alert = row.findChild<QMessageBox *>();
         ASSERT_TRUE(alert) << refusal;
         EXPECT_EQ(asShown(alert->informativeText()), QString::fromUtf8(refusal));
-        alert->accept();
-        waitFor([&] { return !view.findChild<QMessageBox *>(); });
     }
 }
 
