@@ -5,6 +5,7 @@
 #include "ui/FolderPanel.h"
 #include "ui/MainView.h"
 #include "ui/PairRowView.h"
+#include "ui/Theme.h"
 
 #include <QAction>
 #include <QApplication>
@@ -19,9 +20,44 @@
 #include <QTextDocumentFragment>
 #include <QToolButton>
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
+
+std::string namesOf(const std::vector<const QWidget *> &controls) {
+    QStringList names;
+    for (const QWidget *control : controls)
+        names.append(control->property("text").toString() + control->accessibleName());
+    return names.join(u'\n').toStdString();
+}
+
+/// The controls of a window as they are read: line by line, each from the left.
+std::string controlsInReadingOrder(QWidget &window) {
+    const auto area = [&](const QWidget *control) { return QRect(control->mapTo(&window, QPoint()), control->size()); };
+    std::vector<const QWidget *> controls;
+    for (const QWidget *control : window.findChildren<QWidget *>()) {
+        if (control->isVisible() && control->isEnabled() && (control->focusPolicy() & Qt::TabFocus))
+            controls.push_back(control);
+    }
+    std::ranges::sort(controls, [&](const QWidget *a, const QWidget *b) {
+        return area(a).bottom() < area(b).top() ||
+               (area(a).top() <= area(b).bottom() && area(a).left() < area(b).left());
+    });
+    return namesOf(controls);
+}
+
+/// What Tab reaches in a window, until it comes to the first control again.
+std::string controlsInTabOrder(QWidget &window) {
+    QApplication::setActiveWindow(&window);
+    window.setFocus();
+    std::vector<const QWidget *> visited;
+    do {
+        visited.push_back(QApplication::focusWidget());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    } while (visited.size() < 50 && (visited.size() == 1 || QApplication::focusWidget() != visited[1]));
+    return namesOf({visited.begin() + 1, visited.end()});
+}
 
 /// Drives the real window as a user does.
 class WindowTest : public testing::Test {
@@ -48,6 +84,13 @@ class WindowTest : public testing::Test {
     }
     bool comesToShow(const QString &text) {
         return waitFor([&] { return shows(view, text); });
+    }
+    /// Something to show in every tab.
+    void fill() {
+        world.addTwo(model);
+        model.showSampleHistory(sampleHistory());
+        model.setBanner(QStringLiteral("Added"));
+        QCoreApplication::processEvents();
     }
     AddFolderSheet *sheet() {
         waitFor([&] { return view.findChild<AddFolderSheet *>() != nullptr; });
@@ -115,8 +158,7 @@ TEST_F(WindowTest, EveryRefusalIsShownInItsPlace) {
     const fs::path original = world.oneDrive("Backups"), locked = world.oneDrive("Lock & Key");
     fs::create_directory(locked);
     const Mount mount("tmpfs", locked, "tmpfs", "ro");
-    using Rows = std::vector<std::tuple<fs::path, fs::path, const char *>>;
-    Rows rows = {
+    std::vector<std::tuple<fs::path, fs::path, const char *>> rows = {
         {original, world.home("Documents"),
          "Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not OneDrive's top folder)."},
         {original, original / "in", "The backup folder can't be inside the original folder (or the other way round)."},
@@ -150,9 +192,8 @@ TEST_F(WindowTest, EveryRefusalIsShownInItsPlace) {
             model.remove(row.pairID());
         answer({backup});
         row.chooseBackup();
-        const auto *alert = row.findChild<QMessageBox *>();
-        ASSERT_TRUE(alert) << refusal;
-        EXPECT_EQ(asShown(alert->informativeText()), QString::fromUtf8(refusal));
+        ASSERT_TRUE(row.findChild<QMessageBox *>()) << refusal;
+        EXPECT_EQ(asShown(row.findChild<QMessageBox *>()->informativeText()), QString::fromUtf8(refusal));
     }
 }
 
@@ -298,9 +339,7 @@ TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
 }
 
 TEST_F(WindowTest, EveryButtonHasAName) {
-    world.addTwo(model);
-    model.showSampleHistory(sampleHistory());
-    ASSERT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    fill();
     for (const MainTab tab : mainTabs) {
         model.setTab(tab);
         waitFor([&] { return button(view, title(tab)) && button(view, title(tab))->isChecked(); });
@@ -310,6 +349,52 @@ TEST_F(WindowTest, EveryButtonHasAName) {
             EXPECT_FALSE((candidate->text() + candidate->accessibleName()).isEmpty())
                 << candidate->toolTip().toStdString();
         }
+    }
+}
+
+TEST_F(WindowTest, TabReachesEveryControlInReadingOrder) {
+    EXPECT_EQ(controlsInTabOrder(view), controlsInReadingOrder(view));
+    fill();
+    for (const MainTab tab : mainTabs) {
+        model.setTab(tab);
+        QCoreApplication::processEvents();
+        const std::string expected = controlsInReadingOrder(view); // first, for Tab makes the settings scroll
+        EXPECT_EQ(controlsInTabOrder(view), expected) << title(tab).toStdString();
+    }
+    answer({world.drive("Backup"), world.oneDrive("Backups")});
+    AddFolderSheet sheet(model);
+    sheet.show();
+    for (const char *next : {"Choose…", "Choose Existing…", "Cancel"}) {
+        EXPECT_EQ(controlsInTabOrder(sheet), controlsInReadingOrder(sheet)) << next;
+        click(sheet, QString::fromUtf8(next));
+    }
+}
+
+TEST_F(WindowTest, AnOpenWindowTakesOverTheOtherScheme) {
+    fill();
+    answer(std::vector(6, world.home("a:b")));
+    AddFolderSheet sheet(model, &view);
+    for (const Theme::Scheme scheme : {Theme::Scheme::Light, Theme::Scheme::Dark, Theme::Scheme::Light}) {
+        Theme::apply(*qApp, scheme);
+        EXPECT_EQ(Theme::schemeOf(view.palette()), scheme);
+        for (const MainTab tab : mainTabs) {
+            model.setTab(tab);
+            MainView fresh(model);
+            fresh.resize(view.size());
+            fresh.show();
+            QCoreApplication::processEvents();
+            EXPECT_TRUE(view.grab().toImage() == fresh.grab().toImage()) << title(tab).toStdString();
+        }
+        AddFolderSheet freshSheet(model, &view);
+        for (AddFolderSheet *each : {&sheet, &freshSheet}) {
+            each->show();
+            click(*each,
+                  button(*each, QStringLiteral("Choose…")) ? QStringLiteral("Choose…") : QStringLiteral("Change…"));
+            click(*each, QStringLiteral("Add Folder")); // refused for its name
+            each->setFocus();
+        }
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(sheet.grab().toImage() == freshSheet.grab().toImage());
     }
 }
 
