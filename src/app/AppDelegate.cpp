@@ -4,6 +4,7 @@
 #include "app/ModelSession.h"
 #include "app/StatusText.h"
 #include "app/Version.h"
+#include "app/Windows.h"
 #include "desktop/LoginItem.h"
 #include "desktop/Notifier.h"
 #include "model/AppModel.h"
@@ -50,6 +51,7 @@ void AppDelegate::makeStatusItem() {
         model, StatusItem::Commands{[this] { showWindow(); }, [this] { showActivity(); }, [this] { syncNow(); },
                                     [this] { cancelSync(); }, [this] { toggleAuto(); },
                                     [this] { applicationShouldTerminate(); }});
+    Windows::followColours([item = statusItem.get()] { item->update(); });
 }
 
 void AppDelegate::completeFirstRun() {

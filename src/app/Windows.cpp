@@ -2,6 +2,7 @@
 
 #include "app/Locale.h"
 #include "app/Version.h"
+#include "desktop/ColorScheme.h"
 #include "ui/AppIcon.h"
 #include "ui/Theme.h"
 
@@ -14,6 +15,9 @@ namespace {
 int argumentCount = 1;
 char programName[] = "tarnwick-basic";
 char *argumentList[] = {programName, nullptr};
+
+/// What the desktop's palette asks for, which the program's own replaces.
+Theme::Scheme platformScheme = Theme::Scheme::Light;
 
 bool isSet(const char *variable) {
     const char *value = std::getenv(variable);
@@ -36,6 +40,21 @@ std::unique_ptr<QApplication> Windows::makeApplication() {
     QApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));
     application->setProperty("buildNumber", QStringLiteral(TARNWICK_BUILD));
     QApplication::setWindowIcon(AppIcon::icon());
-    Theme::apply(*application, Theme::schemeOf(QApplication::palette()));
+    platformScheme = Theme::schemeOf(QApplication::palette());
+    Theme::apply(*application, platformScheme);
     return application;
+}
+
+void Windows::followColours(std::function<void()> then) {
+    auto *colours = new ColorScheme;
+    colours->setParent(qApp);
+    QObject::connect(colours, &ColorScheme::told, qApp, [then = std::move(then)](ColorScheme::Preference preference) {
+        Theme::Scheme wanted = platformScheme;
+        if (preference != ColorScheme::Preference::None)
+            wanted = preference == ColorScheme::Preference::Dark ? Theme::Scheme::Dark : Theme::Scheme::Light;
+        if (wanted == Theme::schemeOf(QApplication::palette()))
+            return;
+        Theme::apply(*qApp, wanted);
+        then();
+    });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 class QApplication;
@@ -12,5 +13,8 @@ bool hasDisplay();
 
 /// The application object with its look. Without a display it draws offscreen.
 std::unique_ptr<QApplication> makeApplication();
+
+/// From now on the look follows the desktop's choice of light or dark; `then` is called after every change.
+void followColours(std::function<void()> then);
 
 } // namespace Windows

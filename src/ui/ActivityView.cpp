@@ -21,10 +21,7 @@ ActivityView::ActivityView(AppModel &appModel, QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    auto *notice = new QHBoxLayout;
-    notice->setContentsMargins(20, 10, 20, 0);
-    notice->addWidget(banner);
-    layout->addLayout(notice);
+    layout->addWidget(banner);
     layout->addWidget(makeBar());
     layout->addWidget(new Separator);
     layout->addWidget(empty, 1);
@@ -48,7 +45,6 @@ QWidget *ActivityView::makeHistory() {
     list->setModel(runs);
     list->setItemDelegate(new RunListRow(list));
     list->setFixedWidth(280);
-    list->setUniformItemSizes(true);
     list->setMouseTracking(true);
     list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

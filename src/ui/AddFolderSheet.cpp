@@ -34,7 +34,7 @@ QVBoxLayout *step(const QString &heading) {
 
 GlyphView *folderGlyph() {
     auto *glyph = new GlyphView(QStringLiteral("folder.fill"), 18);
-    glyph->setColour(Theme::secondary(QPalette()));
+    glyph->setTint(Theme::secondary);
     return glyph;
 }
 
@@ -136,7 +136,7 @@ QWidget *AddFolderSheet::makeErrorRow() {
     auto *row = new QWidget;
     QHBoxLayout *layout = rowIn(row);
     auto *glyph = new GlyphView(QStringLiteral("exclamationmark.triangle.fill"), 16);
-    glyph->setColour(Theme::warning(palette()));
+    glyph->setTint(Theme::warning);
     layout->addWidget(glyph, 0, Qt::AlignTop);
     layout->addWidget(errorText, 1);
     return row;
@@ -173,6 +173,7 @@ void AddFolderSheet::render() {
     errorRow->setVisible(draft.error.has_value());
     errorText->setText(draft.error.value_or(QString()));
     addButton->setEnabled(draft.canAdd(model));
+    errorRow->updateGeometry(); // by itself it tells of its new height too late
     layout()->activate();
     resize(width(), std::max(minimumHeight(), layout()->totalHeightForWidth(width())));
 }

@@ -11,18 +11,20 @@ QPushButton *Buttons::make(const QString &text, const QString &symbol, Look look
     if (prominent)
         button->setProperty("look", QStringLiteral("prominent"));
     if (look == Look::LargeProminent)
-        button->setProperty("size", QStringLiteral("large"));
+        button->setProperty("large", true); // not "size": every widget has that already
     if (symbol.isEmpty())
         return button;
     button->setIconSize({22, 16}); // with a gap before the text
-    button->setIcon(Glyph::icon(symbol, prominent ? QColor(Qt::white) : button->palette().buttonText().color()));
+    const auto white = [](const QPalette &) { return QColor(Qt::white); };
+    const auto textColour = [](const QPalette &palette) { return palette.buttonText().color(); };
+    button->setIcon(Glyph::icon(symbol, prominent ? Theme::Tint(white) : Theme::Tint(textColour)));
     return button;
 }
 
 QToolButton *Buttons::symbolOnly(const QString &symbol, const QString &name, const QString &tooltip) {
     auto *button = new QToolButton;
     button->setProperty("look", QStringLiteral("plain"));
-    button->setIcon(Glyph::icon(symbol, Theme::secondary(QPalette())));
+    button->setIcon(Glyph::icon(symbol, Theme::secondary));
     button->setIconSize({16, 16});
     button->setAccessibleName(name);
     button->setToolTip(tooltip);

@@ -12,7 +12,7 @@ ColumnTitle::ColumnTitle(const QString &systemImage, const QString &title, QWidg
     layout->setHorizontalSpacing(8);
     layout->setVerticalSpacing(1);
     auto *glyph = new GlyphView(systemImage, 18);
-    glyph->setColour(Theme::secondary(palette()));
+    glyph->setTint(Theme::secondary);
     layout->addWidget(glyph, 0, 0, 2, 1, Qt::AlignVCenter);
     layout->addWidget(Labels::make(title, Theme::font(Theme::Type::Caption, QFont::Bold), Labels::Strength::Secondary),
                       0, 1);

@@ -13,7 +13,7 @@ EmptyStateView::EmptyStateView(const QString &systemImage, const QString &title,
     layout->setSpacing(10);
     layout->addStretch();
     auto *glyph = new GlyphView(systemImage, 38);
-    glyph->setColour(Theme::secondary(palette()));
+    glyph->setTint(Theme::secondary);
     layout->addWidget(glyph, 0, Qt::AlignHCenter);
     layout->addWidget(Labels::make(title, Theme::font(Theme::Type::Headline, QFont::DemiBold)), 0, Qt::AlignHCenter);
     QLabel *text = Labels::wrapping(message, Theme::font(Theme::Type::Body), Labels::Strength::Secondary);

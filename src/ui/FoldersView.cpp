@@ -9,10 +9,10 @@
 #include "ui/Labels.h"
 #include "ui/OneDriveText.h"
 #include "ui/PairRowView.h"
+#include "ui/ScrolledColumn.h"
 #include "ui/Separator.h"
 
 #include <QHBoxLayout>
-#include <QScrollArea>
 
 #include <algorithm>
 
@@ -36,18 +36,16 @@ FoldersView::FoldersView(AppModel &appModel, QWidget *parent)
       empty(new EmptyStateView(QStringLiteral("folder.badge.plus"), QStringLiteral("Choose a folder to back up"),
                                QStringLiteral("Pick a folder on your Mac or on a drive, then choose where in OneDrive "
                                               "it should be backed up."))),
-      list(new QScrollArea), column(new QVBoxLayout) {
+      list(new ScrolledColumn(QMargins(side, 4, side, 16), 10)), column(list->column()) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    auto *notice = new QHBoxLayout;
-    notice->setContentsMargins(side, 10, side, 0);
-    notice->addWidget(banner);
-    layout->addLayout(notice);
+    layout->addWidget(banner);
     layout->addWidget(makeHeadings());
     empty->addControl(addFolderButton(model, Buttons::Look::LargeProminent));
     layout->addWidget(empty, 1);
-    layout->addWidget(makeList(), 1);
+    column->addStretch();
+    layout->addWidget(list, 1);
     layout->addWidget(new Separator);
     layout->addWidget(makeBottomBar());
 }
@@ -65,20 +63,6 @@ QWidget *FoldersView::makeHeadings() {
     layout->addWidget(middle);
     layout->addWidget(oneDrive, 1);
     return headings;
-}
-
-QWidget *FoldersView::makeList() {
-    auto *content = new QWidget;
-    content->setObjectName(QStringLiteral("scrolled"));
-    content->setLayout(column);
-    column->setContentsMargins(side, 4, side, 16);
-    column->setSpacing(10);
-    column->addStretch();
-    list->setWidget(content);
-    list->setWidgetResizable(true);
-    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    list->setFocusPolicy(Qt::NoFocus);
-    return list;
 }
 
 QWidget *FoldersView::makeBottomBar() {
@@ -101,6 +85,7 @@ void FoldersView::render() {
 
 void FoldersView::renderRows() {
     std::vector<PairRowView *> before = std::exchange(rows, {});
+    QWidget *lastControl = banner->closeButton();
     for (const PairRow &row : model.rows()) {
         const auto found = std::find_if(before.begin(), before.end(),
                                         [&](const PairRowView *view) { return view && view->pairID() == row.pair.id; });
@@ -109,6 +94,7 @@ void FoldersView::renderRows() {
         const int place = static_cast<int>(rows.size());
         if (column->indexOf(view) != place)
             column->insertWidget(place, view);
+        lastControl = view->follow(lastControl);
         rows.push_back(view);
     }
     for (PairRowView *gone : before) {

@@ -9,8 +9,8 @@ class BannerView;
 class ColumnTitle;
 class EmptyStateView;
 class PairRowView;
-class QScrollArea;
 class QVBoxLayout;
+class ScrolledColumn;
 
 /// The tab with the folder list.
 class FoldersView : public QWidget {
@@ -25,7 +25,6 @@ class FoldersView : public QWidget {
 
   private:
     QWidget *makeHeadings();
-    QWidget *makeList();
     QWidget *makeBottomBar();
     void renderRows();
 
@@ -34,7 +33,7 @@ class FoldersView : public QWidget {
     ColumnTitle *originals;
     ColumnTitle *oneDrive;
     EmptyStateView *empty;
-    QScrollArea *list;
+    ScrolledColumn *list;
     QVBoxLayout *column; // of the rows, with a stretch at its end
     std::vector<PairRowView *> rows;
 };

@@ -24,14 +24,15 @@ QString fileOf(const QString &symbol) {
 
 class GlyphEngine : public QIconEngine {
   public:
-    GlyphEngine(QString name, const QColor &tint) : symbol(std::move(name)), colour(tint) {}
+    GlyphEngine(QString name, Theme::Tint meaning) : symbol(std::move(name)), tint(meaning) {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override {
         const int size = std::min(rect.width(), rect.height());
         const QRect square(rect.x(), rect.y() + (rect.height() - size) / 2, size, size);
-        const QColor tint =
-            mode == QIcon::Disabled ? QPalette().color(QPalette::Disabled, QPalette::ButtonText) : colour;
-        painter->drawPixmap(square, Glyph::pixmap(symbol, size, tint, painter->device()->devicePixelRatioF()));
+        const QPalette palette;
+        const QColor colour =
+            mode == QIcon::Disabled ? palette.color(QPalette::Disabled, QPalette::ButtonText) : tint(palette);
+        painter->drawPixmap(square, Glyph::pixmap(symbol, size, colour, painter->device()->devicePixelRatioF()));
     }
 
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
@@ -42,11 +43,11 @@ class GlyphEngine : public QIconEngine {
         return result;
     }
 
-    QIconEngine *clone() const override { return new GlyphEngine(symbol, colour); }
+    QIconEngine *clone() const override { return new GlyphEngine(symbol, tint); }
 
   private:
     QString symbol;
-    QColor colour;
+    Theme::Tint tint;
 };
 
 } // namespace
@@ -77,8 +78,8 @@ QPixmap Glyph::pixmap(const QString &symbol, int size, const QColor &colour, qre
     return result;
 }
 
-QIcon Glyph::icon(const QString &symbol, const QColor &colour) {
-    return QIcon(new GlyphEngine(symbol, colour));
+QIcon Glyph::icon(const QString &symbol, Theme::Tint tint) {
+    return QIcon(new GlyphEngine(symbol, tint));
 }
 
 GlyphView::GlyphView(QString symbol, int size, QWidget *parent)
@@ -96,8 +97,13 @@ void GlyphView::setColour(const QColor &value) {
     update();
 }
 
+void GlyphView::setTint(Theme::Tint value) {
+    tint = value;
+    update();
+}
+
 void GlyphView::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    const QColor tint = colour.isValid() ? colour : palette().color(QPalette::WindowText);
-    painter.drawPixmap(rect(), Glyph::pixmap(symbolName, glyphSize, tint, devicePixelRatioF()));
+    const QColor shown = tint ? tint(palette()) : colour;
+    painter.drawPixmap(rect(), Glyph::pixmap(symbolName, glyphSize, shown, devicePixelRatioF()));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/Theme.h"
+
 #include <QColor>
 #include <QIcon>
 #include <QPixmap>
@@ -15,7 +17,7 @@ namespace Glyph {
 QPixmap pixmap(const QString &symbol, int size, const QColor &colour, qreal scale);
 
 /// The symbol for a button: paler while the button is disabled, sharp at every scale.
-QIcon icon(const QString &symbol, const QColor &colour);
+QIcon icon(const QString &symbol, Theme::Tint tint);
 
 /// The drawing itself, an SVG resource.
 QString file(const QString &symbol);
@@ -32,6 +34,8 @@ class GlyphView : public QWidget {
 
     void setSymbol(const QString &name);
     void setColour(const QColor &value);
+    /// A colour that follows the scheme.
+    void setTint(Theme::Tint value);
 
   protected:
     void paintEvent(QPaintEvent *event) override;
@@ -40,4 +44,5 @@ class GlyphView : public QWidget {
     QString symbolName;
     int glyphSize;
     QColor colour;
+    Theme::Tint tint = nullptr; // comes before the colour
 };

@@ -2,11 +2,18 @@
 
 #include <QHelpEvent>
 #include <QPainter>
+#include <QTextDocument>
 #include <QToolTip>
 
 #include <algorithm>
 
 namespace Labels {
+
+namespace {
+
+constexpr const char *strengthProperty = "strength";
+
+} // namespace
 
 QColor colour(Strength strength, const QPalette &palette) {
     switch (strength) {
@@ -26,6 +33,15 @@ void setStrength(QLabel *label, Strength strength) {
     QPalette own = label->parentWidget() ? label->parentWidget()->palette() : QPalette();
     own.setColor(QPalette::WindowText, colour(strength, QPalette()));
     label->setPalette(own);
+    label->setProperty(strengthProperty, static_cast<int>(strength));
+}
+
+void takeOverPalette(const QWidget &view) {
+    for (QLabel *label : view.findChildren<QLabel *>()) {
+        const QVariant strength = label->property(strengthProperty);
+        if (strength.isValid())
+            setStrength(label, static_cast<Strength>(strength.toInt()));
+    }
 }
 
 QLabel *make(const QString &text, const QFont &font, Strength strength) {
@@ -73,6 +89,6 @@ bool ElidedLabel::event(QEvent *event) {
     if (event->type() != QEvent::ToolTip || !toolTip().isEmpty())
         return QLabel::event(event);
     if (fontMetrics().horizontalAdvance(text()) > width())
-        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), text().toHtmlEscaped(), this);
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), Qt::convertFromPlainText(text()), this);
     return true;
 }

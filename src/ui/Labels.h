@@ -11,8 +11,10 @@ enum class Strength { Primary, Secondary, Tertiary, Warning };
 
 /// The colour of a strength on this palette.
 QColor colour(Strength strength, const QPalette &palette);
-/// Gives a label its strength; follows no later change of the palette, so views call it whenever they render.
+/// Gives a label its strength, in the colour that it has now.
 void setStrength(QLabel *label, Strength strength);
+/// Gives all labels below `view` the colours of a palette that has changed.
+void takeOverPalette(const QWidget &view);
 /// A label of plain text (never markup: names come from disks).
 QLabel *make(const QString &text, const QFont &font, Strength strength = Strength::Primary);
 /// The same, over as many lines as it needs.

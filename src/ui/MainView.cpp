@@ -5,12 +5,14 @@
 #include "ui/AddFolderSheet.h"
 #include "ui/FoldersView.h"
 #include "ui/HeaderBar.h"
+#include "ui/Labels.h"
 #include "ui/Separator.h"
 #include "ui/SettingsView.h"
 #include "ui/SyncCard.h"
 #include "ui/TabSwitch.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -72,6 +74,18 @@ void MainView::render() {
     activity->render();
     settings->render();
     renderSheet();
+}
+
+void MainView::changeEvent(QEvent *event) {
+    QWidget::changeEvent(event);
+    if (event->type() != QEvent::StyleChange)
+        return;
+    // Later, because the style sheet gives other widgets their old palette back after this.
+    const auto takeOver = [this] {
+        Labels::takeOverPalette(*this);
+        render();
+    };
+    QMetaObject::invokeMethod(this, takeOver, Qt::QueuedConnection);
 }
 
 void MainView::renderSheet() {

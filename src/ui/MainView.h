@@ -24,6 +24,9 @@ class MainView : public QWidget {
 
     void render();
 
+  protected:
+    void changeEvent(QEvent *event) override;
+
   private:
     QAction *makeSyncNow();
     QWidget *makeTabBar();

@@ -17,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QMenu>
 #include <QMessageBox>
+#include <QTextDocument>
 
 namespace {
 
@@ -100,6 +101,12 @@ void PairRowView::render(const PairRow &pairRow) {
     renderBackup();
 }
 
+QWidget *PairRowView::follow(QWidget *before) {
+    setTabOrder(before, tick);
+    setTabOrder(tick, menuButton);
+    return menuButton;
+}
+
 void PairRowView::renderCards() {
     const PairRowText::CardLook look = PairRowText::cardLook(row, hoverState, palette());
     for (Card *card : {originalCard, backupCard})
@@ -168,7 +175,7 @@ void PairRowView::chooseBackup() {
         auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("That folder can't be used"),
                                       QStringLiteral("That folder can't be used"), QMessageBox::Ok, window());
         alert->setTextFormat(Qt::PlainText);
-        alert->setInformativeText(refusal->toHtmlEscaped());
+        alert->setInformativeText(Qt::convertFromPlainText(*refusal)); // names come from disks
         alert->setAttribute(Qt::WA_DeleteOnClose);
         alert->open();
     }

@@ -23,6 +23,8 @@ class PairRowView : public QWidget {
 
     const QUuid &pairID() const { return row.pair.id; }
     void render(const PairRow &pairRow);
+    /// Lets Tab reach the row's controls after `before`; the last of them.
+    QWidget *follow(QWidget *before);
     /// Fills a fresh menu with what can be done with the row now.
     void fillContextMenu(QMenu &menu);
     void chooseBackup();

@@ -94,7 +94,7 @@ void RunDetailRow::paintBackground(QPainter *painter, const QStyleOptionViewItem
 void RunDetailRow::paintText(QPainter *painter, const QStyleOptionViewItem &option, const Item &item) {
     const QRect row = option.rect;
     if (item.kind == Kind::Line)
-        drawGlyph(painter, item.symbol, 15, QPointF(row.left() + side, row.top() + 6), tintOf(item, option.palette));
+        drawGlyph(painter, item.symbol, 15, QPointF(row.left() + side, row.top() + 4), tintOf(item, option.palette));
     const bool isPale = item.kind == Kind::Explanation || item.kind == Kind::Plain;
     painter->setFont(fontOf(item));
     painter->setPen(isPale ? Theme::secondary(option.palette) : Theme::primary(option.palette, 1));

@@ -66,13 +66,13 @@ QWidget *RunDetailView::makeHeader() {
 
 void RunDetailView::render(const SyncRun &shown) {
     meta->setText(RunText::meta(shown));
+    icon->setColour(RunText::iconColour(shown, palette()));
     // Runs never change, so the one that is shown already need not be laid out again.
     if (run && run->id == shown.id)
         return;
     items->setItems({});
     run = shown;
     icon->setSymbol(RunText::headerIcon(*run));
-    icon->setColour(RunText::iconColour(*run, palette()));
     headline->setText(run->headline());
     const std::vector<RunText::Tile> figures = RunText::tiles(*run);
     for (std::size_t i = 0; i < tiles.size(); ++i)

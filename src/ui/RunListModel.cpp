@@ -8,6 +8,7 @@
 
 #include <QPainter>
 #include <QStringList>
+#include <QTextDocument>
 
 #include <algorithm>
 
@@ -40,18 +41,24 @@ int RunListModel::rowCount(const QModelIndex &parent) const {
 QVariant RunListModel::data(const QModelIndex &index, int role) const {
     const Entry &entry = entryAt(index);
     if (role == Qt::ToolTipRole)
-        return entry.headline.toHtmlEscaped();
+        return Qt::convertFromPlainText(entry.headline);
     if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
         return QStringList{entry.when, entry.headline, entry.trigger}.join(QStringLiteral(", "));
     return {};
 }
+
+namespace {
+
+constexpr int aboveFirst = 6; // with the row's own inset as far from the separator as from the sides
+
+} // namespace
 
 void RunListRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const {
     const RunListModel::Entry &entry = static_cast<const RunListModel *>(index.model())->entryAt(index);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     const bool isSelected = option.state.testFlag(QStyle::State_Selected);
-    const QRect area = option.rect.adjusted(8, 2, -8, -2);
+    const QRect area = option.rect.adjusted(8, index.row() == 0 ? aboveFirst + 2 : 2, -8, -2);
     if (isSelected || option.state.testFlag(QStyle::State_MouseOver)) {
         painter->setPen(Qt::NoPen);
         painter->setBrush(isSelected ? Theme::faded(Theme::accent(option.palette), 0.18)
@@ -81,6 +88,6 @@ void RunListRow::paint(QPainter *painter, const QStyleOptionViewItem &option, co
     painter->restore();
 }
 
-QSize RunListRow::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const {
-    return {240, 70};
+QSize RunListRow::sizeHint(const QStyleOptionViewItem &, const QModelIndex &index) const {
+    return {240, 70 + (index.row() == 0 ? aboveFirst : 0)};
 }

@@ -45,11 +45,11 @@ QVBoxLayout *columnOf(Card *card) {
     return column;
 }
 
-QHBoxLayout *labelled(const QString &symbol, const QColor &colour, QLabel *text) {
+QHBoxLayout *labelled(const QString &symbol, Theme::Tint tint, QLabel *text) {
     auto *row = new QHBoxLayout;
     row->setSpacing(12);
     auto *glyph = new GlyphView(symbol, 16);
-    glyph->setColour(colour);
+    glyph->setTint(tint);
     row->addWidget(glyph, 0, Qt::AlignTop);
     row->addWidget(text, 1);
     return row;
@@ -67,24 +67,15 @@ void openOrShowFolder(const std::filesystem::path &file) {
 } // namespace
 
 SettingsView::SettingsView(AppModel &appModel, QWidget *parent)
-    : QScrollArea(parent), model(appModel),
+    : ScrolledColumn(QMargins(20, 16, 20, 24), 20, parent), model(appModel),
       autoSync(new Switch(QStringLiteral("Sync automatically when the drive is connected"))),
       login(new Switch(QStringLiteral("Open Tarnwick Basic at login (needed for automatic sync)"))),
       loginError(Labels::wrapping({}, Theme::font(Theme::Type::Caption), Strength::Warning)),
       oneDrive(new ElidedLabel(Theme::font(Theme::Type::Body))),
       notifications(new Switch(QStringLiteral("Show a notification when a sync finishes"))) {
-    auto *content = new QWidget;
-    content->setObjectName(QStringLiteral("scrolled"));
-    auto *column = new QVBoxLayout(content);
-    column->setContentsMargins(20, 16, 20, 24);
-    column->setSpacing(20);
     for (QWidget *part : {makeAutomaticSync(), makeOneDrive(), makeNotifications(), makeSafety(), makeHelp()})
-        column->addWidget(part);
-    column->addStretch();
-    setWidget(content);
-    setWidgetResizable(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setFocusPolicy(Qt::NoFocus);
+        column()->addWidget(part);
+    column()->addStretch();
 }
 
 QWidget *SettingsView::makeAutomaticSync() {
@@ -123,7 +114,7 @@ QWidget *SettingsView::makeOneDrive() {
     row->addWidget(change);
     column->addLayout(row);
     column->addLayout(
-        labelled(QStringLiteral("checkmark.shield"), Theme::secondary(palette()),
+        labelled(QStringLiteral("checkmark.shield"), Theme::secondary,
                  Labels::wrapping(SettingsText::nameRules(), Theme::font(Theme::Type::Caption), Strength::Secondary)));
     return group(QStringLiteral("OneDrive"), card);
 }
@@ -145,8 +136,8 @@ QWidget *SettingsView::makeSafety() {
     auto *card = new Card;
     QVBoxLayout *column = columnOf(card);
     for (const SettingsText::SafetyLine &line : SettingsText::safetyLines())
-        column->addLayout(labelled(line.icon, Theme::accent(palette()),
-                                   Labels::wrapping(line.text, Theme::font(Theme::Type::Callout))));
+        column->addLayout(
+            labelled(line.icon, Theme::accent, Labels::wrapping(line.text, Theme::font(Theme::Type::Callout))));
     return group(QStringLiteral("How Tarnwick Basic keeps your files safe"), card);
 }
 
@@ -185,7 +176,7 @@ void SettingsView::render() {
 }
 
 void SettingsView::showEvent(QShowEvent *event) {
-    QScrollArea::showEvent(event);
+    ScrolledColumn::showEvent(event);
     refreshLogin();
 }
 

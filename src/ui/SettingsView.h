@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QScrollArea>
+#include "ui/ScrolledColumn.h"
 
 #include <optional>
 
@@ -12,7 +12,7 @@ class QVBoxLayout;
 class Switch;
 
 /// The tab with the settings, what keeps files safe, and help.
-class SettingsView : public QScrollArea {
+class SettingsView : public ScrolledColumn {
   public:
     explicit SettingsView(AppModel &appModel, QWidget *parent = nullptr);
 

@@ -5,6 +5,7 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QTextDocument>
 
 namespace {
 
@@ -16,6 +17,7 @@ constexpr int margin = 11;
 StatusChip::StatusChip(const QString &systemImage, QWidget *parent)
     : QWidget(parent), symbol(systemImage), glyph(new GlyphView(systemImage, 14)),
       label(new ElidedLabel(Theme::font(Theme::Type::Callout))) {
+    glyph->setTint(Theme::secondary);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(margin + dotSize + 7, 6, margin, 6);
     layout->setSpacing(6);
@@ -27,12 +29,12 @@ StatusChip::StatusChip(const QString &systemImage, QWidget *parent)
 
 void StatusChip::render(bool ok, const QString &text) {
     isOk = ok;
-    glyph->setColour(Theme::secondary(palette()));
     label->setText(text);
     label->updateGeometry();
-    setToolTip(tooltip(ok, symbol, text));
+    const QString hint = tooltip(ok, symbol, text);
+    setToolTip(Qt::convertFromPlainText(hint));
     setAccessibleName(text);
-    setAccessibleDescription(toolTip());
+    setAccessibleDescription(hint);
     update();
 }
 

@@ -18,6 +18,7 @@ TabSwitch::TabSwitch(std::function<void(MainTab)> onChoice, QWidget *parent) : Q
         segment->setProperty("look", QStringLiteral("segment"));
         segment->setFont(Theme::font(Theme::Type::Body));
         segment->setCheckable(true);
+        segment->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding); // as high as the others, chosen or not
         segment->setAutoDefault(false);
         group->addButton(segment);
         layout->addWidget(segment, 1);
@@ -32,4 +33,7 @@ TabSwitch::TabSwitch(std::function<void(MainTab)> onChoice, QWidget *parent) : Q
 
 void TabSwitch::render(MainTab tab) {
     segments.at(static_cast<std::size_t>(tab))->setChecked(true);
+    // Tab leads to the chosen segment alone, the arrow keys to the others.
+    for (QPushButton *segment : segments)
+        segment->setFocusPolicy(segment->isChecked() ? Qt::StrongFocus : Qt::ClickFocus);
 }

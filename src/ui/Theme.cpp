@@ -44,21 +44,23 @@ QString css(const QColor &colour) {
         .arg(colour.alphaF(), 0, 'f', 3);
 }
 
-/// Buttons are told apart by the dynamic property "look": none, "prominent", "plain" or "segment".
+/// A focused control keeps its size: its border takes from its padding. Buttons are told apart by the dynamic property
+/// "look": none, "prominent", "plain" or "segment".
 QString styleSheet(const QPalette &palette) {
     QString sheet = QStringLiteral(R"(
 QPushButton, QToolButton[look="button"] {
     background: @button; border: 1px solid @line; border-radius: 7px; padding: 5px 14px; }
 QPushButton:hover, QToolButton[look="button"]:hover { background: @buttonHover; }
 QPushButton:pressed, QToolButton[look="button"]:pressed { background: @pressed; }
-QPushButton:focus, QToolButton:focus, QLineEdit:focus { border: 2px solid @accent; }
+QPushButton:focus, QToolButton[look="button"]:focus { border: 2px solid @accent; padding: 4px 13px; }
 QPushButton:disabled { color: @disabled; background: @disabledFill; }
 QPushButton[look="prominent"] { background: @accent; color: white; border: 1px solid @accent; font-weight: 600; }
 QPushButton[look="prominent"]:hover { background: @accentHover; }
 QPushButton[look="prominent"]:pressed { background: @accentPressed; }
 QPushButton[look="prominent"]:focus { border: 2px solid @focusRing; }
 QPushButton[look="prominent"]:disabled { background: @disabledFill; color: @disabled; border: 1px solid @line; }
-QPushButton[size="large"] { padding: 8px 18px; }
+QPushButton[large="true"] { padding: 8px 18px; }
+QPushButton[large="true"]:focus { padding: 7px 17px; }
 QToolButton[look="plain"] { background: transparent; border: 2px solid transparent; border-radius: 6px; padding: 3px; }
 QToolButton[look="plain"]:hover { background: @hover; }
 QToolButton[look="plain"]:focus { border: 2px solid @accent; }
@@ -67,8 +69,9 @@ QFrame[look="segments"] { background: @hover; border-radius: 8px; }
 QPushButton[look="segment"] { background: transparent; border: 2px solid transparent; border-radius: 7px; padding: 3px; }
 QPushButton[look="segment"]:hover { background: @hover; }
 QPushButton[look="segment"]:checked { background: @button; border: 1px solid @line; font-weight: 600; }
-QPushButton[look="segment"]:focus { border: 2px solid @accent; }
+QPushButton[look="segment"]:focus { border: 2px solid @accent; padding: 3px; }
 QLineEdit { background: @base; border: 1px solid @line; border-radius: 7px; padding: 5px 9px; }
+QLineEdit:focus { border: 2px solid @accent; padding: 4px 8px; }
 QProgressBar { background: @hover; border: none; border-radius: 3px; max-height: 6px; min-height: 6px; }
 QProgressBar::chunk { background: @accent; border-radius: 3px; }
 QScrollArea, QScrollArea > QWidget > QWidget#scrolled { background: transparent; border: none; }
@@ -147,7 +150,8 @@ Scheme schemeOf(const QPalette &palette) {
 }
 
 void apply(QApplication &application, Scheme scheme) {
-    application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    if (application.styleSheet().isEmpty())
+        application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     application.setFont(font(Type::Body));
     const QPalette palette = paletteOf(scheme);
     application.setPalette(palette);

@@ -15,11 +15,14 @@ enum class Scheme { Light, Dark };
 /// The scheme that the desktop's palette asks for.
 Scheme schemeOf(const QPalette &palette);
 
-/// Gives the application its palette, font and style sheet.
+/// Gives the application its palette, font and style sheet; windows that are open take them over.
 void apply(QApplication &application, Scheme scheme);
 
 /// The accent blue of the Add Folder sheet.
 inline const QColor blue(30, 136, 229);
+
+/// A colour by its meaning, looked up whenever something is drawn, so that it follows the scheme.
+using Tint = QColor (*)(const QPalette &palette);
 
 // Colours by meaning, readable on the palette's background.
 QColor accent(const QPalette &palette);

@@ -92,12 +92,12 @@ void Series::drawSheet() {
     sheet.show();
     save(sheet, "addfolder-empty");
     FolderPanel::answerWith([&](QWidget *, const FolderPanel::Request &) {
-        return std::optional(world.drive("Backup/Projects/2024/Photos"));
+        return std::optional(world.home("Documents/Notes")); // below the home folder it is the same path every time
     });
     button(sheet, QStringLiteral("Choose…"))->click();
     save(sheet, "addfolder-filled");
     auto *name = sheet.findChild<QLineEdit *>();
-    name->setText(QStringLiteral("Photos: 2024"));
+    name->setText(QStringLiteral("Notes: 2026"));
     Q_EMIT name->textEdited(name->text());
     button(sheet, QStringLiteral("Add Folder"))->click();
     save(sheet, "addfolder-refused");

@@ -67,7 +67,10 @@ std::vector<SyncRun> sampleHistory() {
     clean.changes = {{.pairName = photos, .relPath = QStringLiteral("Film.mov"), .size = 1'250'000'000}};
     SyncRun cancelled = at(4, 62, SyncTrigger::launch);
     cancelled.cancelled = true;
-    cancelled.filesCopied = 4;
+    cancelled.filesCopied = 2;
+    cancelled.bytesCopied = 7'400'000;
+    cancelled.changes = {{.pairName = photos, .relPath = QStringLiteral("2023/IMG_7.jpg"), .size = 4'100'000},
+                         {.pairName = photos, .relPath = QStringLiteral("2023/IMG_8.jpg"), .size = 3'300'000}};
     SyncRun stopped = at(9, 3, SyncTrigger::manual);
     stopped.fatal =
         QStringLiteral("The drive was disconnected while syncing “Photos”. Nothing was damaged; reconnect it "

@@ -1,9 +1,11 @@
 #include "SampleWindow.h"
 #include "base/Fmt.h"
+#include "support/LoopMount.h"
 #include "ui/AddFolderSheet.h"
 #include "ui/FolderPanel.h"
 #include "ui/MainView.h"
 #include "ui/PairRowView.h"
+#include "ui/Theme.h"
 
 #include <QAction>
 #include <QApplication>
@@ -15,11 +17,47 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QTest>
+#include <QTextDocumentFragment>
 #include <QToolButton>
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
+
+std::string namesOf(const std::vector<const QWidget *> &controls) {
+    QStringList names;
+    for (const QWidget *control : controls)
+        names.append(control->property("text").toString() + control->accessibleName());
+    return names.join(u'\n').toStdString();
+}
+
+/// The controls of a window as they are read: line by line, each from the left.
+std::string controlsInReadingOrder(QWidget &window) {
+    const auto area = [&](const QWidget *control) { return QRect(control->mapTo(&window, QPoint()), control->size()); };
+    std::vector<const QWidget *> controls;
+    for (const QWidget *control : window.findChildren<QWidget *>()) {
+        if (control->isVisible() && control->isEnabled() && (control->focusPolicy() & Qt::TabFocus))
+            controls.push_back(control);
+    }
+    std::ranges::sort(controls, [&](const QWidget *a, const QWidget *b) {
+        return area(a).bottom() < area(b).top() ||
+               (area(a).top() <= area(b).bottom() && area(a).left() < area(b).left());
+    });
+    return namesOf(controls);
+}
+
+/// What Tab reaches in a window, until it comes to the first control again.
+std::string controlsInTabOrder(QWidget &window) {
+    QApplication::setActiveWindow(&window);
+    window.setFocus();
+    std::vector<const QWidget *> visited;
+    do {
+        visited.push_back(QApplication::focusWidget());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    } while (visited.size() < 50 && (visited.size() == 1 || QApplication::focusWidget() != visited[1]));
+    return namesOf({visited.begin() + 1, visited.end()});
+}
 
 /// Drives the real window as a user does.
 class WindowTest : public testing::Test {
@@ -46,6 +84,13 @@ class WindowTest : public testing::Test {
     }
     bool comesToShow(const QString &text) {
         return waitFor([&] { return shows(view, text); });
+    }
+    /// Something to show in every tab.
+    void fill() {
+        world.addTwo(model);
+        model.showSampleHistory(sampleHistory());
+        model.setBanner(QStringLiteral("Added"));
+        QCoreApplication::processEvents();
     }
     AddFolderSheet *sheet() {
         waitFor([&] { return view.findChild<AddFolderSheet *>() != nullptr; });
@@ -103,6 +148,55 @@ TEST_F(WindowTest, AFolderIsAddedThroughTheSheet) {
     EXPECT_FALSE(model.banner());
 }
 
+QString asShown(const QString &labelText) {
+    return Qt::mightBeRichText(labelText) ? QTextDocumentFragment::fromHtml(labelText).toPlainText() : labelText;
+}
+
+TEST_F(WindowTest, EveryRefusalIsShownInItsPlace) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
+    const fs::path original = world.oneDrive("Backups"), locked = world.oneDrive("Lock & Key");
+    fs::create_directory(locked);
+    const Mount mount("tmpfs", locked, "tmpfs", "ro");
+    std::vector<std::tuple<fs::path, fs::path, const char *>> rows = {
+        {original, world.home("Documents"),
+         "Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not OneDrive's top folder)."},
+        {original, original / "in", "The backup folder can't be inside the original folder (or the other way round)."},
+        {original, locked, "Tarnwick can't write to “Lock & Key”. Pick a folder you have permission to change."},
+        {original, locked / "new",
+         "Tarnwick can't create a folder in “Lock & Key”. Pick a folder you have permission to change."},
+        {original, world.oneDrive("none/new"),
+         "The place for the backup (“none”) isn't available. Open OneDrive and make sure it is signed in."},
+        {world.home(""), original,
+         "“Home” can't be backed up from there. Pick a folder inside your home folder or on a connected drive."},
+        {original, locked,
+         "OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings."}};
+    for (const auto &[from, backup, refusal] : rows) {
+        AddFolderSheet sheet(model);
+        sheet.show();
+        answer({from, backup});
+        click(sheet, QStringLiteral("Choose…"));
+        click(sheet, QStringLiteral("Choose Existing…"));
+        if (refusal == std::get<2>(rows.back()))
+            fs::rename(world.home("Library"), world.home("Gone"));
+        click(sheet, QStringLiteral("Add Folder"));
+        EXPECT_TRUE(shows(sheet, QString::fromUtf8(refusal))) << refusal;
+    }
+    fs::rename(world.home("Gone"), world.home("Library"));
+    ASSERT_EQ(model.addPair(original, world.oneDrive("Photos")), std::nullopt);
+    rows.erase(rows.end() - 2, rows.end());
+    rows.push_back({original, original, "That folder isn't in the list any more."});
+    for (const auto &[from, backup, refusal] : rows) {
+        PairRowView row(model, model.rows().at(0));
+        if (backup == original)
+            model.remove(row.pairID());
+        answer({backup});
+        row.chooseBackup();
+        ASSERT_TRUE(row.findChild<QMessageBox *>()) << refusal;
+        EXPECT_EQ(asShown(row.findChild<QMessageBox *>()->informativeText()), QString::fromUtf8(refusal));
+    }
+}
+
 TEST_F(WindowTest, EscapeClosesTheSheetWithoutAChange) {
     model.requestAddFolder();
     AddFolderSheet *open = sheet();
@@ -120,6 +214,9 @@ TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
     tick->click();
     EXPECT_TRUE(comesToShow(QStringLiteral("Ready to sync 1 folder")));
     EXPECT_FALSE(model.config().pairs.at(1).enabled);
+    tick->click();
+    EXPECT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    tick->click();
     QTest::keyClick(&view, Qt::Key_S, Qt::ControlModifier);
     EXPECT_TRUE(model.busy());
     EXPECT_TRUE(waitFor([&] { return !model.busy() && !button(view, QStringLiteral("Cancel")); }));
@@ -157,7 +254,7 @@ TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
                            QString(), QStringLiteral("Remove from List")}));
 }
 
-TEST_F(WindowTest, ARunningSyncIsCancelledAndItsBarNeverGoesBackNorIsFullTooEarly) {
+TEST_F(WindowTest, TheBarOfARunningSyncNeverGoesBackNorIsFullTooEarly) {
     SyncProgress progress;
     progress.stage = SyncProgress::Stage::copying;
     progress.filesTotal = 2;
@@ -174,7 +271,18 @@ TEST_F(WindowTest, ARunningSyncIsCancelledAndItsBarNeverGoesBackNorIsFullTooEarl
     ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Cancel")) != nullptr; }));
     EXPECT_FALSE(button(view, QStringLiteral("Sync Now")));
     EXPECT_FALSE(view.syncNowAction()->isEnabled());
+}
+
+TEST_F(WindowTest, CancelStopsARunningSync) {
+    for (int i = 0; i < 3000; ++i)
+        world.tree.file("Volumes/Backup/Projects/2024/Photos/" + std::to_string(i));
+    world.addTwo(model);
+    ASSERT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    click("Sync Now");
+    ASSERT_TRUE(waitFor([&] { return button(view, QStringLiteral("Cancel")) != nullptr; }));
     click("Cancel");
+    ASSERT_TRUE(waitFor([&] { return !model.busy(); }));
+    EXPECT_TRUE(model.history().at(0).cancelled);
 }
 
 TEST_F(WindowTest, ReviewOpensTheLastRunAndTheListSelectsOthers) {
@@ -231,8 +339,7 @@ TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
 }
 
 TEST_F(WindowTest, EveryButtonHasAName) {
-    world.addTwo(model);
-    model.showSampleHistory(sampleHistory());
+    fill();
     for (const MainTab tab : mainTabs) {
         model.setTab(tab);
         waitFor([&] { return button(view, title(tab)) && button(view, title(tab))->isChecked(); });
@@ -242,6 +349,52 @@ TEST_F(WindowTest, EveryButtonHasAName) {
             EXPECT_FALSE((candidate->text() + candidate->accessibleName()).isEmpty())
                 << candidate->toolTip().toStdString();
         }
+    }
+}
+
+TEST_F(WindowTest, TabReachesEveryControlInReadingOrder) {
+    EXPECT_EQ(controlsInTabOrder(view), controlsInReadingOrder(view));
+    fill();
+    for (const MainTab tab : mainTabs) {
+        model.setTab(tab);
+        QCoreApplication::processEvents();
+        const std::string expected = controlsInReadingOrder(view); // first, for Tab makes the settings scroll
+        EXPECT_EQ(controlsInTabOrder(view), expected) << title(tab).toStdString();
+    }
+    answer({world.drive("Backup"), world.oneDrive("Backups")});
+    AddFolderSheet sheet(model);
+    sheet.show();
+    for (const char *next : {"Choose…", "Choose Existing…", "Cancel"}) {
+        EXPECT_EQ(controlsInTabOrder(sheet), controlsInReadingOrder(sheet)) << next;
+        click(sheet, QString::fromUtf8(next));
+    }
+}
+
+TEST_F(WindowTest, AnOpenWindowTakesOverTheOtherScheme) {
+    fill();
+    answer(std::vector(6, world.home("a:b")));
+    AddFolderSheet sheet(model, &view);
+    for (const Theme::Scheme scheme : {Theme::Scheme::Light, Theme::Scheme::Dark, Theme::Scheme::Light}) {
+        Theme::apply(*qApp, scheme);
+        EXPECT_EQ(Theme::schemeOf(view.palette()), scheme);
+        for (const MainTab tab : mainTabs) {
+            model.setTab(tab);
+            MainView fresh(model);
+            fresh.resize(view.size());
+            fresh.show();
+            QCoreApplication::processEvents();
+            EXPECT_TRUE(view.grab().toImage() == fresh.grab().toImage()) << title(tab).toStdString();
+        }
+        AddFolderSheet freshSheet(model, &view);
+        for (AddFolderSheet *each : {&sheet, &freshSheet}) {
+            each->show();
+            click(*each,
+                  button(*each, QStringLiteral("Choose…")) ? QStringLiteral("Choose…") : QStringLiteral("Change…"));
+            click(*each, QStringLiteral("Add Folder")); // refused for its name
+            each->setFocus();
+        }
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(sheet.grab().toImage() == freshSheet.grab().toImage());
     }
 }
 
