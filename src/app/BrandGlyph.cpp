@@ -54,7 +54,7 @@ QImage tinted(QImage image, const QColor &colour) {
 }
 
 QImage withRim(const QImage &glyph, const QColor &ink) {
-    const QColor opposite = ink.lightness() > 128 ? QColor(0, 0, 0, 70) : QColor(255, 255, 255, 90);
+    const QColor opposite = ink.lightness() > 128 ? QColor(0, 0, 0, 150) : QColor(255, 255, 255, 190);
     const QImage shade = tinted(glyph, opposite);
     QImage image(glyph.size(), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
