@@ -163,10 +163,15 @@ class Application(unittest.TestCase):
             desktop.menu()
             desktop.choose("Sync Now")
             wait_for("the percentage", lambda: "Syncing “Film” — " in " ".join(desktop.menu()))
-            self.assertRegex(desktop.tooltip(), "^Tarnwick Basic is syncing [0-9]+%$")
+
+            def percentage():
+                return int(re.fullmatch("Tarnwick Basic is syncing ([0-9]+)%", desktop.tooltip())[1])
+
             desktop.choose("Quit Tarnwick Basic")
             desktop.press("push button", "Keep Syncing")
             wait_for("the question's end", lambda: not desktop.node("push button", "Keep Syncing"))
+            done = percentage()
+            wait_for("more of it, for two seconds", lambda: percentage() > done + 8)
             self.assertIsNone(application.poll())
             self.assertIn("Stop Sync", desktop.menu())
             desktop.choose("Quit Tarnwick Basic")
