@@ -21,6 +21,8 @@
 #include <QHBoxLayout>
 #include <QMenu>
 
+#include <utility>
+
 namespace {
 
 using Strength = Labels::Strength;
@@ -123,7 +125,8 @@ QWidget *SettingsView::makeNotifications() {
     auto *card = new Card;
     connect(notifications, &Switch::toggled, this, [this](bool on) {
         AppConfig next = model.config();
-        next.notifications = on;
+        if (std::exchange(next.notifications, on) == on)
+            return; // only shown, not wished for
         model.setConfig(next);
         if (on)
             Notifier::requestAuthorization();

@@ -145,6 +145,7 @@ class Application(unittest.TestCase):
         wait_for("a word about notifications", lambda: "Notification permission error: " in desktop.log())
         first.terminate()
         self.assertEqual(first.wait(10), 0)
+        self.assertEqual(desktop.log().count("Notification permission error: "), 1)
         desktop.add("Notes", {"a.txt": "one"})
         desktop.start("dex", "--autostart")
         wait_for("the start", lambda: "started at login\n" in desktop.log())
