@@ -204,18 +204,36 @@ class Application(unittest.TestCase):
             self.assertEqual(desktop.history()[0]["trigger"], "driveConnected")
             server.ActionInvoked(1, "default")
             wait_for("the run in Activity", lambda: desktop.node("list", "Syncs, newest first").childCount == 1)
+            # At rest nothing holds the drive, and what it brought along is as it was.
+            top = pathlib.Path("/media/root/Fotos März")
+            self.assertEqual((top / ".Tarnwick/profile-basic.json").read_text(), PROFILE)
             drive.udisks("unmount")
             wait_for("the eject", lambda: desktop.log().endswith("Drive disconnected: Fotos März\n"))
             application.terminate()
             self.assertEqual(application.wait(10), 0)
-            # At the next login the drive is there before the application.
+            # At the next login the drive is there before the application, and is ejected in the middle of a copy.
             drive.udisks("mount")
+            (top / "Later.mov").rename(top / "Bilder/Later.mov")
             desktop.start("dex", "--autostart")
-            wait_for("the sync at the start", lambda: len(desktop.history()) == 2, 40)
-            self.assertEqual(desktop.history()[0]["trigger"], "launch")
-            drive.udisks("unmount")
+            wait_for("the copy", lambda: desktop.item() and re.search(" [1-9][0-9]?%$", desktop.tooltip()), 40)
+            wait_for("the eject within a second", lambda: drive.is_unmounted(), 1)
             wait_for("its notification", lambda: len(server.shown) == 2)
-            self.assertIn("started at login\nSync started (launch): Bilder\n", desktop.log())
+            self.assertEqual(server.shown[1], {**server.shown[0], "title": "Tarnwick Basic sync stopped",
+                                               "body": "Sync cancelled after 0 files"})
+            self.assertEqual(sorted(file.name for file in desktop.cloud.rglob("*.*")), ["Film.mov", "Grüße.txt"])
+            log = re.sub("(?m)^Sync finished.*\n", "", desktop.log()).replace("1.0.0 ", "")
+            # An eject that has to be tried again is told again.
+            self.assertEqual(re.sub(r"(?m)^(.*\n)\1+", r"\1", log), """\
+Tarnwick Basic started
+Drive connected: Fotos März
+Restored 1 folder pair(s) from this Mac's own profile on Fotos März
+Sync started (driveConnected): Bilder
+Drive disconnected: Fotos März
+Tarnwick Basic started at login
+Sync started (launch): Bilder
+Drive is being ejected during a sync; stopping safely.
+Drive disconnected: Fotos März
+""")
             desktop.choose("Quit Tarnwick Basic")
             wait_for("the end", lambda: not desktop.item())
 
@@ -238,10 +256,11 @@ class Drive:
         (top / "drive/.Tarnwick/profile-basic.json").write_text(PROFILE)
         (top / "drive/Bilder").mkdir()
         (top / "drive/Bilder/Grüße.txt").write_text("Hallo")
-        with open(top / "drive/Bilder/Film.mov", "wb") as film:
-            for _ in range(512):
-                film.write(os.urandom(1 << 20))
-        subprocess.run(["mkfs.ext4", "-q", "-L", "Fotos März", "-d", top / "drive", top / "image", "800M"], check=True,
+        for name, megabytes in (("Bilder/Film.mov", 512), ("Later.mov", 1024)):
+            with open(top / "drive" / name, "wb") as film:
+                for _ in range(megabytes):
+                    film.write(b"x" * (1 << 20))  # holes would be copied in no time
+        subprocess.run(["mkfs.ext4", "-q", "-L", "Fotos März", "-d", top / "drive", top / "image", "1800M"], check=True,
                        stdout=subprocess.DEVNULL)
         said = subprocess.run(["udisksctl", "loop-setup", "-f", top / "image"], check=True, capture_output=True,
                               text=True).stdout
@@ -249,7 +268,7 @@ class Drive:
         return self
 
     def __exit__(self, *_):
-        subprocess.run(["udisksctl", "unmount", "-b", self.device], capture_output=True)
+        self.is_unmounted()
         self.udisks("loop-delete")
 
     def serve(self, program, question):
@@ -262,6 +281,10 @@ class Drive:
 
     def udisks(self, verb):
         subprocess.run(["udisksctl", verb, "-b", self.device], check=True, stdout=subprocess.DEVNULL)
+
+    def is_unmounted(self):
+        """Tries; somebody may still use it."""
+        return subprocess.run(["udisksctl", "unmount", "-b", self.device], capture_output=True).returncode == 0
 
 
 if __name__ == "__main__":
