@@ -51,7 +51,7 @@ void AppDelegate::makeStatusItem() {
         model, StatusItem::Commands{[this] { showWindow(); }, [this] { showActivity(); }, [this] { syncNow(); },
                                     [this] { cancelSync(); }, [this] { toggleAuto(); },
                                     [this] { applicationShouldTerminate(); }});
-    Windows::followColours([item = statusItem.get()] { item->update(); });
+    Windows::followColours(statusItem.get(), [this] { statusItem->update(); });
 }
 
 void AppDelegate::completeFirstRun() {
@@ -71,11 +71,13 @@ void AppDelegate::showWindow(const QString &activationToken) {
     window->setAttribute(Qt::WA_ShowWithoutActivating, TestRoot::isActive());
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->show();
-    window->raise();
+    // What has to be answered first keeps the keyboard.
+    QWidget *front = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : window.get();
+    front->raise();
     if (!TestRoot::isActive()) {
         if (!activationToken.isEmpty())
             qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8()); // where Qt looks for it, and takes it away
-        window->activateWindow();
+        front->activateWindow();
     }
     model.refreshEnvironment();
 }
@@ -136,10 +138,13 @@ void AppDelegate::runFinished(const SyncRun &run) {
 
 void AppDelegate::applicationShouldTerminate() {
     if (!model.busy())
-        return QCoreApplication::exit(0);
-    if (std::exchange(isAskingToQuit, true))
-        return;
+        return quit();
+    if (question) {
+        question->raise();
+        return question->activateWindow();
+    }
     QMessageBox alert(QMessageBox::Warning, QStringLiteral("Tarnwick Basic"), QStringLiteral("A sync is in progress"));
+    question = &alert;
     alert.setInformativeText(QStringLiteral("If you quit now, the sync stops safely after the current file. Files "
                                             "already copied are kept."));
     QPushButton *keep = alert.addButton(QStringLiteral("Keep Syncing"), QMessageBox::RejectRole);
@@ -150,11 +155,18 @@ void AppDelegate::applicationShouldTerminate() {
     alert.raise();
     alert.activateWindow();
     alert.exec();
-    isAskingToQuit = false;
     if (alert.clickedButton() != stop)
         return;
     model.cancelSync();
-    QTimer::singleShot(1000, this, [] { QCoreApplication::exit(0); });
+    if (onQuitting)
+        onQuitting();
+    QTimer::singleShot(1000, this, [this] { quit(); });
+}
+
+void AppDelegate::quit() {
+    if (onQuitting)
+        onQuitting();
+    QCoreApplication::exit(0);
 }
 
 void AppDelegate::openForTest() {

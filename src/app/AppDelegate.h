@@ -3,13 +3,16 @@
 #include "app/StatusItem.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 class AppModel;
 class MainWindow;
 class ModelSession;
+class QMessageBox;
 struct SyncRun;
 
 /// The application around the model: launch, status item, window, notifications, and the question before quitting. For
@@ -25,6 +28,9 @@ class AppDelegate : public QObject {
     AppDelegate(ModelSession &modelSession, Launch how);
     /// Remembers the window's place.
     ~AppDelegate() override;
+
+    /// Called once the application is going to quit: from then on it takes no more wishes from outside.
+    std::function<void()> onQuitting;
 
     /// Everything that happens once, in its order. The event loop runs afterwards.
     void applicationDidFinishLaunching();
@@ -52,11 +58,12 @@ class AppDelegate : public QObject {
     void runFinished(const SyncRun &run);
     void openForTest();
     bool userSeesTheWindow() const;
+    void quit();
 
     ModelSession &session;
     AppModel &model;
     Launch launch;
     std::unique_ptr<StatusItem> statusItem;
     std::unique_ptr<MainWindow> window;
-    bool isAskingToQuit = false;
+    QPointer<QMessageBox> question; // before quitting, while it is asked
 };

@@ -53,26 +53,28 @@ bool hasJustBooted() {
 /// What becomes of this start.
 enum class Turn { Ours, HandedOver, Refused };
 
-/// The other process may just be starting or ending: what fails now is tried for a while.
-Turn takeTurn(ModelSession &session, const QString &action, bool isWanted) {
+/// The other process may just be starting or ending: what fails now is tried for a while. A start in the background
+/// only needs the application to be there, and waits as long as a command holds the settings.
+Turn takeTurn(ModelSession &session, const QString &action, bool inBackground) {
     QElapsedTimer clock;
     clock.start();
-    do {
+    while (!stopRequest.isCancelled()) {
         if (!session.claimSettings())
             return Turn::Ours;
-        // At login somebody else has been quicker, which is all that was asked for.
-        if (!isWanted || BusService::tell(session.settingsLock(), action))
+        const SettingsLock &lock = session.settingsLock();
+        if (inBackground ? BusService::isReachable(lock) : BusService::tell(lock, action))
             return Turn::HandedOver;
+        if (!inBackground && clock.elapsed() > 5000)
+            return Turn::Refused;
         ModelSession::settle(100);
-    } while (clock.elapsed() < 5000 && !stopRequest.isCancelled());
-    return Turn::Refused;
+    }
+    return Turn::HandedOver;
 }
 
 int refuse(const QString &sentence) {
     Console::error(sentence);
-    QMessageBox box(QMessageBox::Information, QStringLiteral("Tarnwick Basic"), sentence);
-    if (!Store::isTestMode() && !stopRequest.isCancelled())
-        box.exec();
+    if (!Store::isTestMode())
+        QMessageBox(QMessageBox::Information, QStringLiteral("Tarnwick Basic"), sentence).exec();
     return WrongUsage;
 }
 
@@ -93,18 +95,20 @@ int Application::run(const std::vector<std::string> &arguments) {
                      [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); });
     const QString action = actionIn(arguments);
     const bool saysLogin = has(arguments, "--login");
-    switch (takeTurn(session, action, !saysLogin)) {
+    const bool isService = has(arguments, "--service");
+    switch (takeTurn(session, action, saysLogin || isService)) {
     case Turn::HandedOver:
         return Clean;
     case Turn::Refused:
-        return refuse(*session.claimSettings());
+        return refuse(ModelSession::alreadyRunning());
     case Turn::Ours:
         break;
     }
-    const bool inBackground = has(arguments, "--service") || !action.isEmpty();
+    session.endEvenOnExit();
     {
-        AppDelegate delegate(session, {saysLogin || hasJustBooted(), inBackground});
-        const BusService service(delegate, session.settingsLock());
+        AppDelegate delegate(session, {saysLogin || hasJustBooted(), isService || !action.isEmpty()});
+        auto service = std::make_unique<BusService>(delegate, session.settingsLock());
+        delegate.onQuitting = [&service] { service.reset(); };
         delegate.applicationDidFinishLaunching();
         if (!action.isEmpty())
             delegate.perform(action, qEnvironmentVariable("XDG_ACTIVATION_TOKEN"));

@@ -38,12 +38,25 @@ BusService::BusService(AppDelegate &appDelegate, const SettingsLock &lock)
     lock.announce(bus.baseService());
 }
 
-bool BusService::tell(const SettingsLock &lock, const QString &action) {
-    const std::optional<SettingsLock::Holder> holder = lock.holder();
+BusService::~BusService() {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!holder || !bus.isConnected() || bus.interface()->servicePid(holder->busName) != holder->process)
+    if (!bus.isConnected())
+        return;
+    bus.unregisterObject(path);
+    bus.interface()->unregisterService(name);
+}
+
+bool BusService::isReachable(const SettingsLock &lock) {
+    const std::optional<SettingsLock::Holder> holder = lock.holder();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    return holder && bus.isConnected() && bus.interface()->servicePid(holder->busName) == holder->process;
+}
+
+bool BusService::tell(const SettingsLock &lock, const QString &action) {
+    if (!isReachable(lock))
         return false;
-    QDBusMessage call = QDBusMessage::createMethodCall(holder->busName, path, interface,
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusMessage call = QDBusMessage::createMethodCall(lock.holder()->busName, path, interface,
                                                        action.isEmpty() ? QStringLiteral("Activate")
                                                                         : QStringLiteral("ActivateAction"));
     if (action.isEmpty())

@@ -18,6 +18,12 @@ class BusService : public QDBusAbstractAdaptor {
     /// application that runs on the user's own settings. Without a bus nothing happens.
     BusService(AppDelegate &appDelegate, const SettingsLock &lock);
 
+    /// The application can't be reached any more.
+    ~BusService() override;
+
+    /// Whether what holds `lock` is an application that takes wishes.
+    static bool isReachable(const SettingsLock &lock);
+
     /// Asks the application that holds `lock` to do what a desktop entry's action does, or without one to come to the
     /// front. False when it can't be reached.
     static bool tell(const SettingsLock &lock, const QString &action = {});

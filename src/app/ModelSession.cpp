@@ -7,7 +7,10 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <thread>
 
 #include <unistd.h>
 
@@ -16,6 +19,29 @@ namespace {
 int argumentCount = 1;
 char programName[] = "tarnwick-basic";
 char *argumentList[] = {programName, nullptr};
+
+/// Waits for the drive profiles and the log.
+void writeEverythingDown() {
+    AppModel::flushProfiles(std::chrono::seconds(5));
+    Log::shared().flush(std::chrono::seconds(5));
+}
+
+bool endsOnExit = false;
+
+/// What the run still has to say is delivered without the event loop, which would find the display gone once more.
+void endOnExit() {
+    if (!endsOnExit)
+        return;
+    AppModel &model = AppModel::shared();
+    model.stopped = true;
+    model.cancelSync();
+    for (int waited = 0; model.busy() && waited < 10'000; waited += 20) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        QCoreApplication::sendPostedEvents();
+    }
+    writeEverythingDown();
+    ::_exit(EXIT_FAILURE); // other threads still use what static destructors would take away
+}
 
 } // namespace
 
@@ -32,6 +58,10 @@ ModelSession::~ModelSession() = default;
 std::optional<QString> ModelSession::claimSettings() {
     if (lock.emplace().isHeld())
         return std::nullopt;
+    return alreadyRunning();
+}
+
+QString ModelSession::alreadyRunning() {
     return QStringLiteral("Tarnwick Basic is already running with these settings.");
 }
 
@@ -54,6 +84,11 @@ void ModelSession::settle(int milliseconds) {
     loop.exec();
 }
 
+void ModelSession::endEvenOnExit() {
+    endsOnExit = true;
+    std::atexit(&endOnExit);
+}
+
 void ModelSession::end(int exitStatus) {
     model().stopped = true;
     model().cancelSync();
@@ -62,8 +97,8 @@ void ModelSession::end(int exitStatus) {
     drives.reset();
     if (AppModel::readOnly)
         return; // nothing can wait to be written
-    AppModel::flushProfiles(std::chrono::seconds(5));
-    Log::shared().flush(std::chrono::seconds(5));
+    writeEverythingDown();
+    endsOnExit = false;
     if (model().busy()) {
         std::fflush(nullptr);
         ::_exit(exitStatus);

@@ -24,6 +24,7 @@ class ModelSession {
     /// Takes the settings folder for this process, which whoever changes anything must do first. Why that can't be:
     /// another process runs on these settings; none when all is well.
     std::optional<QString> claimSettings();
+    static QString alreadyRunning();
 
     /// The lock of the last claimSettings(), held or not.
     const SettingsLock &settingsLock() const { return *lock; }
@@ -37,6 +38,10 @@ class ModelSession {
     /// Stops a running sync safely and writes everything down that waits to be written. A sync that hangs in the kernel
     /// is not waited for: the process ends here then.
     void end(int exitStatus);
+
+    /// Lets the process end like that, but without the event loop, also when it is exited from inside, as Qt does when
+    /// the display goes away at the end of a login session.
+    void endEvenOnExit();
 
   private:
     std::optional<SettingsLock> lock;

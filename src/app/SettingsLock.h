@@ -12,8 +12,7 @@ class SettingsLock {
   public:
     SettingsLock();
 
-    /// Whether this process has the folder to itself. Where the folder can't be written to, nobody can change anything
-    /// and everybody may go on.
+    /// Whether this process has the folder to itself. Where there is no folder at all, everybody may go on.
     bool isHeld() const { return held; }
 
     /// Where a process can be reached on the session bus.

@@ -12,9 +12,14 @@
 
 namespace {
 
-/// A text of the user's in a menu, where an ampersand underlines the letter behind it.
-QString plain(QString text) {
-    return text.replace(u'&', QStringLiteral("&&"));
+/// A text with names of the user's in the menu, where some signs underline the letter behind them: "&" in Qt's own, "_"
+/// in that of a StatusNotifier host. For the latter Qt turns the first "&" into "_" and leaves the others.
+QString plain(QString text, StatusHost::Kind kind) {
+    if (kind == StatusHost::Kind::Older)
+        return text.replace(u'&', QStringLiteral("&&"));
+    text.replace(u'_', QStringLiteral("__"));
+    const qsizetype first = text.indexOf(u'&');
+    return first < 0 ? text : text.insert(first, u'&');
 }
 
 } // namespace
@@ -39,11 +44,12 @@ void StatusItem::makeMenu() {
                    [this] { commands.quit(); });
     connect(&menu, &QMenu::aboutToShow, this, [this] {
         model.refreshEnvironment();
-        updateMenu();
+        update(); // what is said of yesterday, too
     });
 }
 
-void StatusItem::appear() {
+void StatusItem::appear(StatusHost::Kind found) {
+    kind = found;
     item = std::make_unique<QSystemTrayIcon>();
     item->setContextMenu(&menu);
     connect(item.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -78,9 +84,9 @@ void StatusItem::updateIcon() {
 }
 
 void StatusItem::updateMenu() {
-    statusLine->setText(plain(StatusText::statusLine(model)));
+    statusLine->setText(plain(StatusText::statusLine(model), kind));
     const std::optional<QString> last = StatusText::lastSync(model);
-    lastSync->setText(plain(last.value_or(QString())));
+    lastSync->setText(plain(last.value_or(QString()), kind));
     lastSync->setVisible(last.has_value());
     syncOrStop->setText(model.busy() ? QStringLiteral("Stop Sync") : QStringLiteral("Sync Now"));
     syncOrStop->setEnabled(model.busy() || model.canSync());

@@ -28,13 +28,14 @@ class StatusItem : public QObject {
 
   private:
     void makeMenu();
-    void appear();
+    void appear(StatusHost::Kind found);
     void updateMenu();
     void updateIcon();
 
     AppModel &model;
     Commands commands;
     StatusHost host;
+    StatusHost::Kind kind = StatusHost::Kind::StatusNotifier; // of the host that was found
     // The menu's entries stay: hosts take a copy of the menu and don't wait for a new one.
     QMenu menu;
     QAction *statusLine;

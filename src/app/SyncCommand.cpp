@@ -80,7 +80,7 @@ int run(const std::vector<std::string> &arguments) {
     if (const std::optional<QString> refusal = session.claimSettings()) {
         const bool isPlain = given->words.empty() && given->options == std::vector<std::string>{"--sync"};
         if (isPlain && BusService::tell(session.settingsLock(), QStringLiteral("sync-now"))) {
-            Console::out(QStringLiteral("Tarnwick Basic is running and syncs now."));
+            Console::out(QStringLiteral("Tarnwick Basic is running and was asked to sync."));
             return Clean;
         }
         Console::error(*refusal);

@@ -1,6 +1,7 @@
 #include "app/Windows.h"
 
 #include "app/Locale.h"
+#include "app/OlderTray.h"
 #include "app/Version.h"
 #include "desktop/ColorScheme.h"
 #include "ui/AppIcon.h"
@@ -27,7 +28,10 @@ bool isSet(const char *variable) {
 } // namespace
 
 bool Windows::hasDisplay() {
-    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+    if (isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM"))
+        return true;
+    // Qt would end with a core dump if nobody answered there.
+    return isSet("DISPLAY") && OlderTray::displayAnswers();
 }
 
 std::unique_ptr<QApplication> Windows::makeApplication() {
@@ -45,16 +49,17 @@ std::unique_ptr<QApplication> Windows::makeApplication() {
     return application;
 }
 
-void Windows::followColours(std::function<void()> then) {
+void Windows::followColours(QObject *context, std::function<void()> then) {
     auto *colours = new ColorScheme;
-    colours->setParent(qApp);
-    QObject::connect(colours, &ColorScheme::told, qApp, [then = std::move(then)](ColorScheme::Preference preference) {
-        Theme::Scheme wanted = platformScheme;
-        if (preference != ColorScheme::Preference::None)
-            wanted = preference == ColorScheme::Preference::Dark ? Theme::Scheme::Dark : Theme::Scheme::Light;
-        if (wanted == Theme::schemeOf(QApplication::palette()))
-            return;
-        Theme::apply(*qApp, wanted);
-        then();
-    });
+    colours->setParent(context);
+    QObject::connect(
+        colours, &ColorScheme::told, context, [then = std::move(then)](ColorScheme::Preference preference) {
+            Theme::Scheme wanted = platformScheme;
+            if (preference != ColorScheme::Preference::None)
+                wanted = preference == ColorScheme::Preference::Dark ? Theme::Scheme::Dark : Theme::Scheme::Light;
+            if (wanted == Theme::schemeOf(QApplication::palette()))
+                return;
+            Theme::apply(*qApp, wanted);
+            then();
+        });
 }

@@ -4,6 +4,7 @@
 #include <memory>
 
 class QApplication;
+class QObject;
 
 /// What the modes with windows share.
 namespace Windows {
@@ -14,7 +15,8 @@ bool hasDisplay();
 /// The application object with its look. Without a display it draws offscreen.
 std::unique_ptr<QApplication> makeApplication();
 
-/// From now on the look follows the desktop's choice of light or dark; `then` is called after every change.
-void followColours(std::function<void()> then);
+/// As long as `context` lives the look follows the desktop's choice of light or dark; `then` is called after every
+/// change.
+void followColours(QObject *context, std::function<void()> then);
 
 } // namespace Windows

@@ -40,7 +40,7 @@ std::optional<fs::path> systemEntry() {
     for (const QString &folder : folders.split(u':', Qt::SkipEmptyParts)) {
         const fs::path file = fs::path(Text::toBytes(folder)) / "autostart" / entryName;
         std::error_code error;
-        if (fs::exists(file, error))
+        if (file.is_absolute() && fs::exists(file, error))
             return file;
     }
     return std::nullopt;

@@ -7,6 +7,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QVariantMap>
 
 namespace {
@@ -49,6 +50,9 @@ Notifier::Notifier() {
     listen("ActionInvoked", SLOT(actionInvoked(uint, QString)));
     listen("ActivationToken", SLOT(activationToken(uint, QString)));
     listen("NotificationClosed", SLOT(notificationClosed(uint, uint)));
+    // Another server counts from the beginning again.
+    auto *servers = new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(servers, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { posted.clear(); });
 }
 
 void Notifier::post(const QString &title, const QString &body) {

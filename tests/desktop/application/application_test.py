@@ -24,12 +24,12 @@ SLOW = pathlib.Path(__file__).with_name("slow-folder")
 @contextlib.contextmanager
 def slow_folder(desktop):
     """A folder in the list whose one file takes half a minute to read."""
-    folder = desktop.home / "Film"
+    folder = desktop.home / "Film_1 & 2"
     folder.mkdir()
     served = desktop.start("/usr/bin/python3", str(SLOW), str(folder))
     try:
         wait_for("the slow folder", lambda: (folder / "film.mov").exists())
-        desktop.add("Film", {})
+        desktop.add(folder.name, {})
         yield
     finally:
         subprocess.run(["fusermount3", "-u", "-z", str(folder)], check=False)
@@ -163,7 +163,7 @@ class Application(unittest.TestCase):
             desktop.start_panel()
             desktop.menu()
             desktop.choose("Sync Now")
-            wait_for("the percentage", lambda: "Syncing “Film” — " in " ".join(desktop.menu()))
+            wait_for("the percentage", lambda: "Syncing “Film_1 & 2” — " in " ".join(desktop.menu()))
 
             def percentage():
                 return int(re.fullmatch("Tarnwick Basic is syncing ([0-9]+)%", desktop.tooltip())[1])
@@ -177,9 +177,51 @@ class Application(unittest.TestCase):
             self.assertIn("Stop Sync", desktop.menu())
             desktop.choose("Quit Tarnwick Basic")
             desktop.press("push button", "Stop and Quit")
+            wait_for("the question's end", lambda: not desktop.node("push button", "Stop and Quit"))
+            successor = desktop.launch()  # must not be handed over to an application that ends
             self.assertEqual(application.wait(15), 0)
+            wait_for("the successor's window", desktop.windows)
+            successor.terminate()
+            self.assertEqual(successor.wait(15), 0)
         self.assertTrue(desktop.history()[0]["cancelled"])
         self.assertEqual(list(desktop.cloud.rglob("*.*")), [])
+
+    def test_start_at_login_during_a_command(self):
+        desktop = self.desktop
+        with slow_folder(desktop):
+            command = desktop.launch("--sync")
+            wait_for("the command's sync", lambda: "Sync started" in desktop.log())
+            application = desktop.launch("--login")
+            wait_for("nothing, for two seconds", lambda: application.poll() is not None, 2, may_fail=True)
+            command.send_signal(signal.SIGINT)
+            self.assertEqual(command.wait(15), 130)
+            wait_for("the application", lambda: "started at login\n" in desktop.log())
+            application.terminate()
+            self.assertEqual(application.wait(15), 0)
+
+    def test_display_goes_away(self):
+        desktop = self.desktop
+        with slow_folder(desktop):
+            application = desktop.launch("--action", "sync-now")
+            wait_for("the sync", lambda: "Sync started" in desktop.log())
+            desktop.display.kill()
+            self.assertEqual(application.wait(15), 1)
+            self.assertTrue(desktop.history()[0]["cancelled"])
+            self.assertIn("Sync finished: Sync cancelled after 0 files\n", desktop.log())
+
+    def test_older_tray(self):
+        desktop = self.desktop
+        desktop.launch()
+        wait_for("the window", desktop.windows)
+        wait_for("nothing, until newer trays are given up", lambda: False, 11, may_fail=True)
+
+        def drawn():
+            return subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "tarnwick"], capture_output=True,
+                                  text=True).stdout.split()
+
+        self.assertEqual(len(drawn()), 1)
+        desktop.start("trayer", "--edge", "top", "--height", "28")
+        wait_for("the icon", lambda: len(drawn()) == 2)
 
     def test_file_manager(self):
         desktop, manager = self.desktop, FileManager(self.desktop.bus)
