@@ -40,6 +40,10 @@ class Application(unittest.TestCase):
     def setUp(self):
         self.desktop = self.enterContext(Desktop(PROGRAM))
 
+    def close_window(self):
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the window's end", lambda: not self.desktop.windows())
+
     def test_menu(self):
         desktop = self.desktop
         desktop.add("Notes", {"a & b.txt": "one"})
@@ -59,8 +63,7 @@ class Application(unittest.TestCase):
         self.assertTrue(last[0].endswith(" — 1 file copied (3 bytes)"), last)
         self.assertEqual(desktop.tooltip(), "Tarnwick Basic — last sync " + last[0][11:].replace(" — ", ": "))
         self.assertEqual((desktop.cloud / "Notes/a & b.txt").read_text(), "one")
-        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
-        wait_for("the window's end", lambda: not desktop.windows())
+        self.close_window()
         desktop.choose(last[0])
         wait_for("Activity", lambda: desktop.node("list", "Syncs, newest first"))
         desktop.choose("Quit Tarnwick Basic")
@@ -73,8 +76,7 @@ class Application(unittest.TestCase):
         wait_for("the window", desktop.windows)
         desktop.run("--sync")  # watched in the open window: no notification
         wait_for("the first run", lambda: len(desktop.history()) == 1)
-        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
-        wait_for("the window's end", lambda: not desktop.windows())
+        self.close_window()
         (desktop.home / "R&D <b>").rename(desktop.home / "away")
         desktop.run("--sync")
         wait_for("the second run", lambda: len(desktop.history()) == 2)
@@ -85,22 +87,27 @@ class Application(unittest.TestCase):
         server.ActionInvoked(77, "default")  # somebody else's
         server.ActionInvoked(1, "default")
         wait_for("Activity", lambda: desktop.windows() and desktop.node("list", "Syncs, newest first"))
-        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
-        wait_for("the window's end", lambda: not desktop.windows())
+        self.close_window()
         server.ActionInvoked(77, "default")
-        settings = desktop.settings()
         desktop.run("--sync")
-        wait_for("the third run", lambda: len(desktop.history()) == 3)
         wait_for("a second notification", lambda: len(server.shown) == 2)
         self.assertFalse(desktop.windows())
-        self.assertTrue(settings["notifications"])
+        # Switched off, there are none; the third was on its way before anything that comes later.
+        desktop.run("--action", "show-settings")
+        desktop.press("check box", "Show a notification when a sync finishes")
+        wait_for("the setting", lambda: desktop.settings()["notifications"] is False)
+        self.close_window()
+        desktop.run("--sync")
+        wait_for("the fourth run", lambda: len(desktop.history()) == 4)
+        desktop.run("--action", "show-activity")
+        wait_for("the window", desktop.windows)
+        self.assertEqual(len(server.shown), 2)
 
     def test_one_instance(self):
         desktop = self.desktop
         first = desktop.launch()
         wait_for("the window", desktop.windows)
-        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
-        wait_for("the window's end", lambda: not desktop.windows())
+        self.close_window()
         self.assertEqual(desktop.run("--login").returncode, 0)
         self.assertFalse(desktop.windows())
         self.assertEqual(desktop.run().returncode, 0)
@@ -222,6 +229,47 @@ class Application(unittest.TestCase):
         self.assertEqual(len(drawn()), 1)
         desktop.start("trayer", "--edge", "top", "--height", "28")
         wait_for("the icon", lambda: len(drawn()) == 2)
+
+    def test_window_frame(self):
+        def window(*command):
+            number = wait_for("the window", self.desktop.window_ids)[0]
+            return subprocess.run(["xdotool", *command[:1], number, *command[1:]], check=True, capture_output=True,
+                                  text=True).stdout.split("Position:")[-1]
+
+        for end in (self.close_window, lambda: None):
+            application = self.desktop.launch()
+            before = window("getwindowgeometry")
+            window("windowsize", "1010", "790")
+            wait_for("the new size", lambda: "1010x790" in window("getwindowgeometry"))
+            window("windowmove", "40", "50")
+            moved = wait_for("the new place", lambda: before.split()[0] not in window("getwindowgeometry") and
+                             window("getwindowgeometry"))
+            end()
+            application.terminate()
+            self.assertEqual(application.wait(10), 0)
+            application = self.desktop.launch()
+            wait_for("the frame of before", lambda: window("getwindowgeometry") == moved)
+            application.terminate()
+            application.wait(10)
+            (self.desktop.settings_folder / "windows.ini").unlink()
+
+    def test_in_a_test_root(self):
+        desktop, root = self.desktop, self.desktop.home.parent / "root"
+        for folder in ("Home/Library/CloudStorage/OneDrive-Test", "Home/Library/Logs", "Volumes", "Support"):
+            (root / folder).mkdir(parents=True)
+        (root / ".tarnwick-test-root").touch()
+        os.environ["TARNWICK_TEST_ROOT"] = str(root)
+        for wanted, role, name in (("settings", "push button", "Open Log"), ("activity", "label", "No syncs yet"),
+                                   ("addfolder", "push button", "Choose Existing…")):
+            os.environ["TARNWICK_TEST_OPEN"] = wanted
+            application = desktop.launch()
+            wait_for(wanted, lambda: desktop.node(role, name))
+            self.assertFalse(desktop.bus.name_has_owner("org.tarnwick.Basic"))
+            application.terminate()
+            self.assertEqual(application.wait(10), 0)
+        self.assertFalse((desktop.home / ".config").exists())
+        self.assertFalse((desktop.home / ".local").exists())
+        self.assertEqual(desktop.log(), "")
 
     def test_file_manager(self):
         desktop, manager = self.desktop, FileManager(self.desktop.bus)

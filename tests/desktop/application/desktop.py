@@ -132,10 +132,12 @@ class Desktop:
         return re.sub(r"(?m)^.{19}  ", "", file.read_text()) if file.exists() else ""
 
     def windows(self):
-        """The titles of the windows on the screen."""
-        ids = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "Tarnwick Basic"], capture_output=True,
-                             text=True).stdout.split()
-        return len(ids)
+        """How many windows of the application are on the screen."""
+        return len(self.window_ids())
+
+    def window_ids(self):
+        return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "Tarnwick Basic"], capture_output=True,
+                              text=True).stdout.split()
 
     # The status item
 
