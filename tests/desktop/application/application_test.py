@@ -92,16 +92,18 @@ class Application(unittest.TestCase):
         desktop.run("--sync")
         wait_for("a second notification", lambda: len(server.shown) == 2)
         self.assertFalse(desktop.windows())
-        # Switched off, there are none; the third was on its way before anything that comes later.
-        desktop.run("--action", "show-settings")
-        desktop.press("check box", "Show a notification when a sync finishes")
-        wait_for("the setting", lambda: desktop.settings()["notifications"] is False)
-        self.close_window()
-        desktop.run("--sync")
-        wait_for("the fourth run", lambda: len(desktop.history()) == 4)
-        desktop.run("--action", "show-activity")
-        wait_for("the window", desktop.windows)
-        self.assertEqual(len(server.shown), 2)
+        # Switched off, there are none: the next one to come is that of a later run.
+        for is_on in (False, True):
+            desktop.run("--action", "show-settings")
+            desktop.press("check box", "Show a notification when a sync finishes")
+            wait_for("the setting", lambda: desktop.settings()["notifications"] is is_on)
+            self.close_window()
+            runs = len(desktop.history())
+            desktop.run("--sync")
+            wait_for("the run", lambda: len(desktop.history()) > runs)
+            (desktop.home / "R&D <b>").mkdir(exist_ok=True)
+        wait_for("the last notification", lambda: len(server.shown) == 3)
+        self.assertEqual(server.shown[2]["body"], "Everything was already up to date")
 
     def test_one_instance(self):
         desktop = self.desktop
