@@ -39,6 +39,7 @@ def slow_folder(desktop):
 class Application(unittest.TestCase):
     def setUp(self):
         self.desktop = self.enterContext(Desktop(PROGRAM))
+        self.addCleanup(lambda: print(self.desktop.log()))  # for whoever reads why a test failed
 
     def close_window(self):
         subprocess.run(["xdotool", "key", "ctrl+w"], check=True)

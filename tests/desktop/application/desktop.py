@@ -63,7 +63,6 @@ class Desktop:
         return self
 
     def __exit__(self, *_):
-        print(self.log())  # for whoever reads why a test failed
         for child in reversed(self.children):
             child.kill()
             child.wait()
