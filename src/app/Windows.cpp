@@ -28,7 +28,8 @@ bool isSet(const char *variable) {
 } // namespace
 
 bool Windows::hasDisplay() {
-    if (isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM"))
+    const bool isX11Chosen = qEnvironmentVariable("QT_QPA_PLATFORM") == QStringLiteral("xcb");
+    if (!isX11Chosen && (isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM")))
         return true;
     // Qt would end with a core dump if nobody answered there.
     return isSet("DISPLAY") && OlderTray::displayAnswers();
