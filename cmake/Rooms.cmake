@@ -22,6 +22,8 @@ function(tarnwick_room name)
     cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     add_library(tarnwick_${name} STATIC ${sources})
+    # In an existing build folder AUTOMOC overlooks a new header; without its time stamp it looks again.
+    file(REMOVE "${CMAKE_CURRENT_BINARY_DIR}/tarnwick_${name}_autogen/timestamp")
     target_link_libraries(tarnwick_${name} PUBLIC tarnwick_options Qt6::Core ${ARG_LINKS})
 endfunction()
 
