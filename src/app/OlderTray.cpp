@@ -63,10 +63,3 @@ bool OlderTray::nativeEventFilter(const QByteArray &eventType, void *message, qi
         Q_EMIT appeared();
     return false;
 }
-
-bool OlderTray::displayAnswers() {
-    xcb_connection_t *display = xcb_connect(nullptr, nullptr);
-    const bool answers = xcb_connection_has_error(display) == 0;
-    xcb_disconnect(display);
-    return answers;
-}

@@ -15,9 +15,6 @@ class OlderTray : public QObject, private QAbstractNativeEventFilter {
     /// Tells appeared() once if there is a tray, else as soon as one comes.
     void watch();
 
-    /// Whether the X11 display that the environment names can be opened.
-    static bool displayAnswers();
-
   Q_SIGNALS:
     void appeared();
 

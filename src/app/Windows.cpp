@@ -1,7 +1,6 @@
 #include "app/Windows.h"
 
 #include "app/Locale.h"
-#include "app/OlderTray.h"
 #include "app/Version.h"
 #include "desktop/ColorScheme.h"
 #include "ui/AppIcon.h"
@@ -10,6 +9,7 @@
 #include <QApplication>
 
 #include <cstdlib>
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -19,6 +19,15 @@ char *argumentList[] = {programName, nullptr};
 
 /// What the desktop's palette asks for, which the program's own replaces.
 Theme::Scheme platformScheme = Theme::Scheme::Light;
+
+/// An X11 server may start afresh or end when its last client leaves: what was opened to see whether it answers stays
+/// open until Qt has a connection of its own.
+std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> probe(nullptr, &xcb_disconnect);
+
+bool displayAnswers() {
+    probe.reset(xcb_connect(nullptr, nullptr));
+    return xcb_connection_has_error(probe.get()) == 0;
+}
 
 bool isSet(const char *variable) {
     const char *value = std::getenv(variable);
@@ -32,7 +41,7 @@ bool Windows::hasDisplay() {
     if (!isX11Chosen && (isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM")))
         return true;
     // Qt would end with a core dump if nobody answered there.
-    return isSet("DISPLAY") && OlderTray::displayAnswers();
+    return isSet("DISPLAY") && displayAnswers();
 }
 
 std::unique_ptr<QApplication> Windows::makeApplication() {
@@ -40,6 +49,7 @@ std::unique_ptr<QApplication> Windows::makeApplication() {
     if (!hasDisplay())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     auto application = std::make_unique<QApplication>(argumentCount, argumentList);
+    probe.reset();
     QApplication::setApplicationName(QStringLiteral("Tarnwick Basic")); // desktops show it with the status item
     QApplication::setDesktopFileName(QStringLiteral("org.tarnwick.Basic"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));

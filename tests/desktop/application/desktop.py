@@ -54,7 +54,7 @@ class Desktop:
                           XDG_CONFIG_DIRS="/nonexistent")
         self.offer("org.tarnwick.Basic", f"{self.program} --service")
         self.offer("org.freedesktop.Notifications", "/bin/false")  # keeps the bus from starting an installed one
-        os.environ["DISPLAY"] = ":" + self.line_of("Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24")
+        os.environ["DISPLAY"] = ":" + self.line_of("Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "1280x900x24")
         self.display = self.children[-1]
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = self.line_of("dbus-daemon", "--session", "--nofork", "--print-address",
                                                                f"--address=unix:path={runtime}/bus")
