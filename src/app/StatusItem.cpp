@@ -79,7 +79,7 @@ void StatusItem::updateIcon() {
         return;
     std::optional<double> done;
     if (model.busy())
-        done = model.progress().stage == SyncProgress::Stage::copying ? SyncCardText::fraction(model.progress()) : 0;
+        done = SyncCardText::isCopying(model) ? SyncCardText::fraction(model.progress()) : 0;
     item->setIcon(BrandGlyph::icon(ink, badge, done));
 }
 

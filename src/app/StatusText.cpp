@@ -8,10 +8,6 @@ namespace StatusText {
 
 namespace {
 
-bool isCopying(const AppModel &model) {
-    return model.progress().stage == SyncProgress::Stage::copying;
-}
-
 QString percentage(const AppModel &model) {
     return QString::number(static_cast<int>(SyncCardText::fraction(model.progress()) * 100)) + u'%';
 }
@@ -25,7 +21,7 @@ bool badgeIsShown(const AppModel &model) {
 QString title(const AppModel &model) {
     if (!model.busy())
         return {};
-    return isCopying(model) ? u' ' + percentage(model) : QStringLiteral(" …");
+    return SyncCardText::isCopying(model) ? u' ' + percentage(model) : QStringLiteral(" …");
 }
 
 QString tooltip(const AppModel &model) {
@@ -40,9 +36,9 @@ QString tooltip(const AppModel &model) {
 
 QString statusLine(const AppModel &model) {
     if (model.busy())
-        return isCopying(model) ? QStringLiteral("Syncing “") + model.progress().pairName + QStringLiteral("” — ") +
-                                      percentage(model)
-                                : QStringLiteral("Checking for changes…");
+        return SyncCardText::isCopying(model) ? QStringLiteral("Syncing “") + model.progress().pairName +
+                                                    QStringLiteral("” — ") + percentage(model)
+                                              : QStringLiteral("Checking for changes…");
     if (const std::optional<QString> blocker = model.syncBlocker())
         return *blocker;
     const auto ready = static_cast<std::int64_t>(model.readyPairs().size());

@@ -77,7 +77,7 @@ void SyncCard::render() {
 
 void SyncCard::renderProgress() {
     const SyncProgress &progress = model.progress();
-    const bool isCopying = model.busy() && progress.stage == SyncProgress::Stage::copying;
+    const bool isCopying = SyncCardText::isCopying(model);
     bar->setVisible(isCopying);
     if (!isCopying) {
         shownProgress = 0;

@@ -10,10 +10,6 @@ namespace SyncCardText {
 
 namespace {
 
-bool isCopying(const AppModel &model) {
-    return model.progress().stage == SyncProgress::Stage::copying;
-}
-
 QString busySubtitle(const SyncProgress &progress) {
     if (progress.stage == SyncProgress::Stage::scanning) {
         const QString compared = Fmt::grouped(progress.scanned) + QStringLiteral(" files compared");
@@ -28,6 +24,10 @@ QString busySubtitle(const SyncProgress &progress) {
 }
 
 } // namespace
+
+bool isCopying(const AppModel &model) {
+    return model.busy() && model.progress().stage == SyncProgress::Stage::copying;
+}
 
 bool isClean(const SyncRun &run) {
     return !run.fatal && run.errors.empty() && !run.cancelled;

@@ -11,6 +11,9 @@ struct SyncRun;
 /// Texts of the sync card, apart from the widget so that they can be tested as values.
 namespace SyncCardText {
 
+/// Whether a sync runs and has come to copying.
+bool isCopying(const AppModel &model);
+
 /// No fatal text, no problem, not cancelled.
 bool isClean(const SyncRun &run);
 
