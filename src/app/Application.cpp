@@ -1,6 +1,7 @@
 #include "app/Application.h"
 
 #include "app/AppDelegate.h"
+#include "app/Arguments.h"
 #include "app/BusService.h"
 #include "app/Console.h"
 #include "app/ModelSession.h"
@@ -16,7 +17,6 @@
 #include <QMessageBox>
 #include <QSessionManager>
 
-#include <algorithm>
 #include <ctime>
 #include <optional>
 
@@ -31,16 +31,6 @@ void quitSoon() {
     if (QCoreApplication *application = QCoreApplication::instance())
         QMetaObject::invokeMethod(
             application, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
-}
-
-bool has(const std::vector<std::string> &arguments, const char *option) {
-    return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
-}
-
-/// What "--action" asks for; empty when it isn't there.
-QString actionIn(const std::vector<std::string> &arguments) {
-    const auto found = std::find(arguments.begin(), arguments.end(), "--action");
-    return arguments.end() - found > 1 ? Text::fromBytes(*(found + 1)) : QString();
 }
 
 /// Desktops that start the application without saying that it is at login have not been up for long then.
@@ -93,9 +83,9 @@ int Application::run(const std::vector<std::string> &arguments) {
     // Being opened at login is the login item's business, which the user can switch off.
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp,
                      [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); });
-    const QString action = actionIn(arguments);
-    const bool saysLogin = has(arguments, "--login");
-    const bool isService = has(arguments, "--service");
+    const QString action = Text::fromBytes(Arguments::valueAfter(arguments, "--action").value_or(""));
+    const bool saysLogin = Arguments::contain(arguments, "--login");
+    const bool isService = Arguments::contain(arguments, "--service");
     switch (takeTurn(session, action, saysLogin || isService)) {
     case Turn::HandedOver:
         return Clean;

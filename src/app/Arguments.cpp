@@ -22,3 +22,14 @@ std::optional<Arguments> Arguments::parse(const std::vector<std::string> &argume
     }
     return result;
 }
+
+bool Arguments::contain(const std::vector<std::string> &arguments, const char *option) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    return std::find(arguments.begin(), end, option) != end;
+}
+
+std::optional<std::string> Arguments::valueAfter(const std::vector<std::string> &arguments, const char *option) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    const auto found = std::find(arguments.begin(), end, option);
+    return found == end || found + 1 == arguments.end() ? std::nullopt : std::optional(*(found + 1));
+}

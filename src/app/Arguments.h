@@ -15,4 +15,10 @@ struct Arguments {
     /// None when an option is not among `known`.
     static std::optional<Arguments> parse(const std::vector<std::string> &arguments,
                                           std::span<const char *const> known);
+
+    /// Whether the option is among the arguments.
+    static bool contain(const std::vector<std::string> &arguments, const char *option);
+
+    /// The argument after the first `option`; none when there is none.
+    static std::optional<std::string> valueAfter(const std::vector<std::string> &arguments, const char *option);
 };

@@ -2,6 +2,7 @@
 
 #include "app/AppTest.h"
 #include "app/Application.h"
+#include "app/Arguments.h"
 #include "app/BackupCommand.h"
 #include "app/Console.h"
 #include "app/FolderCommands.h"
@@ -62,19 +63,6 @@ file in BACKUP is never replaced by an older one.
 Exit status: 0 all is well; 1 something could not be backed up; 2 wrong usage or
 nothing could be done; 3 refused to start; 130 stopped by Ctrl-C.)";
 
-/// What follows "--" is never an option.
-bool has(const std::vector<std::string> &arguments, const char *option) {
-    const auto end = std::find(arguments.begin(), arguments.end(), "--");
-    return std::find(arguments.begin(), end, option) != end;
-}
-
-/// The argument after the first `option`; none when there is none.
-std::optional<std::string> valueOf(const std::vector<std::string> &arguments, const char *option) {
-    const auto end = std::find(arguments.begin(), arguments.end(), "--");
-    const auto found = std::find(arguments.begin(), end, option);
-    return found == end || found + 1 == arguments.end() ? std::nullopt : std::optional(*(found + 1));
-}
-
 int runSelfTest(const std::vector<std::string> &arguments) {
     const std::unique_ptr<QCoreApplication> application = ModelSession::makeApplication();
     const auto option = std::find(arguments.begin(), arguments.end(), "--selftest");
@@ -118,35 +106,35 @@ int run(int argc, char **argv) {
         Console::error(*refusal);
         return Refused;
     }
-    if (TARNWICK_SELFTEST_BUILD && !TestRoot::isActive() && !has(arguments, "--selftest")) {
+    if (TARNWICK_SELFTEST_BUILD && !TestRoot::isActive() && !Arguments::contain(arguments, "--selftest")) {
         Console::error(QStringLiteral("This is a self-test build. Set TARNWICK_TEST_ROOT to a prepared test folder; it "
                                       "won't run against real folders."));
         return Refused;
     }
     makeSupportDirAbsolute();
-    if (has(arguments, "--selftest"))
+    if (Arguments::contain(arguments, "--selftest"))
         return runSelfTest(arguments);
-    if (const std::optional<std::string> seconds = valueOf(arguments, "--apptest"))
+    if (const std::optional<std::string> seconds = Arguments::valueAfter(arguments, "--apptest"))
         return SelfTest::app(secondsFrom(*seconds));
-    if (const std::optional<std::string> path = valueOf(arguments, "--snapshot"))
+    if (const std::optional<std::string> path = Arguments::valueAfter(arguments, "--snapshot"))
         return SelfTest::snapshot(*path, tabAfter(arguments));
-    if (has(arguments, "--help")) {
+    if (Arguments::contain(arguments, "--help")) {
         Console::out(QString::fromUtf8(help));
         return Clean;
     }
-    if (has(arguments, "--version")) {
+    if (Arguments::contain(arguments, "--version")) {
         Console::out(QStringLiteral("Tarnwick Basic " TARNWICK_VERSION));
         return Clean;
     }
-    if (has(arguments, "--backup"))
+    if (Arguments::contain(arguments, "--backup"))
         return BackupCommand::run(arguments);
-    if (has(arguments, "--sync"))
+    if (Arguments::contain(arguments, "--sync"))
         return SyncCommand::run(arguments);
-    if (has(arguments, "--list"))
+    if (Arguments::contain(arguments, "--list"))
         return FolderCommands::list(arguments);
-    if (has(arguments, "--add"))
+    if (Arguments::contain(arguments, "--add"))
         return FolderCommands::add(arguments);
-    if (has(arguments, "--remove"))
+    if (Arguments::contain(arguments, "--remove"))
         return FolderCommands::remove(arguments);
     return Application::run(arguments);
 }
