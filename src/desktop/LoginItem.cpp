@@ -133,8 +133,7 @@ std::optional<QString> set(bool enabled) {
     } catch (const std::exception &error) {
         const QString reason = Text::fromBytes(error.what());
         Log::shared().write(QStringLiteral("Login item change failed: ") + reason);
-        return QStringLiteral("Couldn't change the login item: ") + reason +
-               QStringLiteral(". Make sure Tarnwick Basic is in your Applications folder.");
+        return QStringLiteral("Couldn't change the login item: ") + reason + u'.';
     }
     return std::nullopt;
 }

@@ -173,7 +173,7 @@ std::optional<QString> AppModel::syncBlocker() const {
     if (enabled.empty())
         return QStringLiteral("Tick a folder to back it up.");
     if (!oneDriveRoot())
-        return QStringLiteral("OneDrive wasn't found on this Mac. Open Settings to choose your OneDrive folder.");
+        return QStringLiteral("OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.");
     if (!readyPairs().empty())
         return std::nullopt;
     std::set<QString> names;

@@ -109,7 +109,7 @@ void AppModel::importProfileIfNeeded(const VolumeInfo &drive) {
     setBanner(QStringLiteral("Brought back your folder choices for “") + drive.name +
               QStringLiteral("”. Check them below."));
     Log::shared().write(QStringLiteral("Restored ") + QString::number(profile->pairs.size()) +
-                        QStringLiteral(" folder pair(s) from this Mac's own profile on ") + drive.name);
+                        QStringLiteral(" folder pair(s) from this computer's own profile on ") + drive.name);
 }
 
 void AppModel::writeProfiles() {

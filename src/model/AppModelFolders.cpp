@@ -41,7 +41,7 @@ QString cantBackUpFrom(const fs::path &original) {
 }
 
 const QString noOneDrive = QStringLiteral(
-    "OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings.");
+    "OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.");
 const QString outsideOneDrive =
     QStringLiteral("Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not OneDrive's top folder).");
 const QString overlapping =

@@ -1,5 +1,7 @@
 #include "model/PairRow.h"
 
+#include "store/Locations.h"
+
 #include <QStringList>
 
 QString PairRow::nameOf(const FolderPair &pair) {
@@ -11,6 +13,6 @@ QString PairRow::originalSubtitle() const {
     QStringList parts = pair.sourceRelPath.split(u'/', Qt::SkipEmptyParts);
     if (!parts.isEmpty())
         parts.removeLast();
-    parts.prepend(pair.volumeName);
+    parts.prepend(pair.volumeUUID == Locations::homeKey ? Locations::shownHomeName : pair.volumeName);
     return parts.join(QStringLiteral(" › "));
 }

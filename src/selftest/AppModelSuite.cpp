@@ -57,7 +57,7 @@ void readiness(const Fixture &world, AppModel &model) {
     eq(state(model), "Photos can sync, none", "the drive is back");
     fs::remove(world.oneDrive());
     model.refreshEnvironment();
-    eq(model.syncBlocker(), "OneDrive wasn't found on this Mac. Open Settings to choose your OneDrive folder.",
+    eq(model.syncBlocker(), "OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.",
        "OneDrive is gone");
     model.setEnabled(model.config().pairs.at(0).id, false);
     eq(state(model), "can't sync, Tick a folder to back it up.", "no folder is ticked");

@@ -60,7 +60,7 @@ void restoring(const Fixture &world) {
     model.volumeMounted(world.drive());
     eq(told(model.config().pairs), "Photos→Photos | Music→All/Music (off)", "folders come back, ticked as stored");
     eq(model.banner(), "Brought back your folder choices for “Passport”. Check them below.", "the banner says so");
-    check(Fixture::logged("Restored 2 folder pair(s) from this Mac's own profile on Passport"), "the log says so");
+    check(Fixture::logged("Restored 2 folder pair(s) from this computer's own profile on Passport"), "the log says so");
     const Fixture::Path place = world.drive(".TemporaryItems/folders." + asText(::getuid()) + "/TemporaryItems");
     Fixture::put(place, "NSIRD_TarnwickBasic_old/.tw-1.twtmp=left over");
     model.start(true);

@@ -1,12 +1,15 @@
 #include "store/Log.h"
 
 #include "base/FileDescriptor.h"
+#include "base/Paths.h"
 #include "store/Locations.h"
+#include "store/TestRoot.h"
 
 #include <QByteArray>
 #include <QDateTime>
 
 #include <cstdint>
+#include <cstdlib>
 #include <system_error>
 
 #include <fcntl.h>
@@ -46,11 +49,18 @@ QString stamp(const QDateTime &moment) {
                              time.minute(), time.second());
 }
 
+fs::path folderOfLogs() {
+    if (TestRoot::isActive())
+        return Locations::homeURL() / "Library/Logs";
+    const char *state = std::getenv("XDG_STATE_HOME");
+    return state && *state == '/' ? Paths::standardised(state) : Locations::homeURL() / ".local/state";
+}
+
 } // namespace
 
 Log &Log::shared() {
     // Never destroyed: other threads may write to the very end of the process.
-    static Log *const log = new Log(Locations::homeURL() / "Library/Logs/Tarnwick Basic" / "Tarnwick Basic.log");
+    static Log *const log = new Log(folderOfLogs() / "Tarnwick Basic" / "Tarnwick Basic.log");
     return *log;
 }
 

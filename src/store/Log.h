@@ -11,8 +11,9 @@
 /// waits for the disk and never fails visibly; the log never reports on itself.
 class Log {
   public:
-    /// The log of this process, made on first use: "Tarnwick Basic.log" in "Library/Logs/Tarnwick Basic" under the home
-    /// folder. Lives until the process ends.
+    /// The log of this process, made on first use: "Tarnwick Basic/Tarnwick Basic.log" in the user's state folder
+    /// (XDG_STATE_HOME or "~/.local/state"; "Library/Logs" in the test root's home when one is active). Lives until the
+    /// process ends.
     static Log &shared();
 
     /// A log in the file `url`, whose folder is made with any missing parents.

@@ -16,7 +16,7 @@ ActivityView::ActivityView(AppModel &appModel, QWidget *parent)
       banner(new BannerView(QStringLiteral("info.circle.fill"), [this] { model.setBanner(std::nullopt); })),
       empty(new EmptyStateView(QStringLiteral("clock.arrow.circlepath"), QStringLiteral("No syncs yet"),
                                QStringLiteral("Every sync is listed here with exactly which files were copied, so you "
-                                              "can open them in Finder."))),
+                                              "can open them in the file manager."))),
       runs(new RunListModel(this)), list(new QListView), detail(new RunDetailView) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

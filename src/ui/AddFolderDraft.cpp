@@ -53,13 +53,9 @@ bool AddFolderDraft::add(AppModel &model) {
     const std::optional<Path> target = destination(model);
     if (!source || !target)
         return false;
-    const QString newName = lastComponent(*target);
-    if (!chosenFolder && OneDriveNames::safe(newName) != newName) {
-        error = QStringLiteral("OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or end with a "
-                               "space). Choose another name.");
-        return false;
-    }
-    error = model.addPair(*source, *target);
+    error = chosenFolder ? std::nullopt : OneDriveNames::folderRefusal(lastComponent(*target));
+    if (!error)
+        error = model.addPair(*source, *target);
     if (error)
         return false;
     model.setBanner(QStringLiteral("Added “") + lastComponent(*source) +

@@ -58,7 +58,7 @@ AddFolderSheet::AddFolderSheet(AppModel &appModel, QWidget *parent)
         Labels::make(QStringLiteral("Add a folder to back up"), Theme::font(Theme::Type::Heading, QFont::Bold)));
 
     QVBoxLayout *first = step(QStringLiteral("1  Folder to back up"));
-    first->addWidget(Labels::make(QStringLiteral("Any folder on your Mac or on a connected drive."),
+    first->addWidget(Labels::make(QStringLiteral("Any folder on your computer or on a connected drive."),
                                   Theme::font(Theme::Type::Caption), Strength::Secondary));
     first->addWidget(makeSourceRow());
     layout->addLayout(first);
@@ -161,7 +161,7 @@ void AddFolderSheet::render() {
     Labels::setStrength(source, draft.source ? Strength::Primary : Strength::Secondary);
     sourceButton->setText(draft.source ? QStringLiteral("Change…") : QStringLiteral("Choose…"));
     oneDriveName->setText(root ? OneDriveText::displayName(*root)
-                               : QStringLiteral("OneDrive wasn't found on this Mac"));
+                               : QStringLiteral("OneDrive wasn't found on this computer"));
     Labels::setStrength(oneDriveName, root ? Strength::Primary : Strength::Warning);
     newFolderRow->setVisible(!draft.chosenFolder);
     existingRow->setVisible(draft.chosenFolder.has_value());

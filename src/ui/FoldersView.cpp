@@ -33,9 +33,10 @@ FoldersView::FoldersView(AppModel &appModel, QWidget *parent)
       banner(new BannerView(QStringLiteral("info.circle.fill"), [this] { model.setBanner(std::nullopt); })),
       originals(new ColumnTitle(QStringLiteral("externaldrive.fill"), QStringLiteral("ORIGINALS"))),
       oneDrive(new ColumnTitle(QStringLiteral("cloud.fill"), QStringLiteral("ONEDRIVE"))),
-      empty(new EmptyStateView(QStringLiteral("folder.badge.plus"), QStringLiteral("Choose a folder to back up"),
-                               QStringLiteral("Pick a folder on your Mac or on a drive, then choose where in OneDrive "
-                                              "it should be backed up."))),
+      empty(new EmptyStateView(
+          QStringLiteral("folder.badge.plus"), QStringLiteral("Choose a folder to back up"),
+          QStringLiteral("Pick a folder on your computer or on a drive, then choose where in OneDrive "
+                         "it should be backed up."))),
       list(new ScrolledColumn(QMargins(side, 4, side, 16), 10)), column(list->column()) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

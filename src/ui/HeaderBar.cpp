@@ -1,6 +1,7 @@
 #include "ui/HeaderBar.h"
 
 #include "model/AppModel.h"
+#include "store/Locations.h"
 #include "ui/AppIcon.h"
 #include "ui/Labels.h"
 #include "ui/OneDriveText.h"
@@ -15,7 +16,7 @@ QString drives(const AppModel &model) {
     const std::vector<QString> names = model.connectedDriveNames();
     if (!names.empty())
         return QStringList(names.begin(), names.end()).join(QStringLiteral(", "));
-    return model.hasHomePairs() ? QStringLiteral("This Mac") : QStringLiteral("No drive connected");
+    return model.hasHomePairs() ? Locations::shownHomeName : QStringLiteral("No drive connected");
 }
 
 bool drivesAreOk(const AppModel &model) {

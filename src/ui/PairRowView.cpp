@@ -137,7 +137,7 @@ void PairRowView::fillBackupMenu(QMenu &menu) {
     menu.clear();
     menu.addAction(QStringLiteral("Choose Backup Folder…"), this, &PairRowView::chooseBackup);
     if (row.backupURL && row.backupExists)
-        menu.addAction(QStringLiteral("Show in Finder"), this, [this] { FileManager::show(*row.backupURL); });
+        menu.addAction(QStringLiteral("Show in File Manager"), this, [this] { FileManager::show(*row.backupURL); });
 }
 
 void PairRowView::fillContextMenu(QMenu &menu) {
@@ -147,9 +147,11 @@ void PairRowView::fillContextMenu(QMenu &menu) {
     menu.addSeparator();
     const std::optional<std::filesystem::path> original = model.originalURL(row.pair);
     if (original && row.connected)
-        menu.addAction(QStringLiteral("Show Original in Finder"), this, [original] { FileManager::show(*original); });
+        menu.addAction(QStringLiteral("Show Original in File Manager"), this,
+                       [original] { FileManager::show(*original); });
     if (row.backupURL && row.backupExists)
-        menu.addAction(QStringLiteral("Show Backup in Finder"), this, [this] { FileManager::show(*row.backupURL); });
+        menu.addAction(QStringLiteral("Show Backup in File Manager"), this,
+                       [this] { FileManager::show(*row.backupURL); });
     menu.addAction(QStringLiteral("Choose Backup Folder…"), this, &PairRowView::chooseBackup);
     menu.addSeparator();
     menu.addAction(QStringLiteral("Remove from List"), this, [this] { model.remove(row.pair.id); });

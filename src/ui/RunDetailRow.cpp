@@ -182,6 +182,7 @@ bool RunDetailRow::helpEvent(QHelpEvent *event, QAbstractItemView *view, const Q
         return false;
     const bool isOnButton = buttonRect(option.rect).contains(event->pos());
     QToolTip::showText(event->globalPos(),
-                       isOnButton ? QStringLiteral("Show in Finder") : QStringLiteral("Copied to OneDrive"), view);
+                       isOnButton ? QStringLiteral("Show in File Manager") : QStringLiteral("Copied to OneDrive"),
+                       view);
     return true;
 }

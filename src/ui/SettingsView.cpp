@@ -208,9 +208,8 @@ void SettingsView::fillChangeMenu(QMenu &menu) {
 void SettingsView::chooseOneDriveFolder() {
     const std::optional<std::filesystem::path> chosen = FolderPanel::choose(
         this, {QStringLiteral("Choose OneDrive Folder"),
-               QStringLiteral("Choose the top folder of your OneDrive (usually in your home folder › Library › "
-                              "CloudStorage)."),
-               QStringLiteral("Use This Folder"), Locations::homeURL() / "Library/CloudStorage"});
+               QStringLiteral("Choose the top folder of your OneDrive (usually in your home folder)."),
+               QStringLiteral("Use This Folder"), Locations::homeURL()});
     if (chosen)
         useOneDriveFolder(Text::fromPath(*chosen));
 }

@@ -25,7 +25,7 @@ class ModelCommands : public ModelTest {
     void expectOthersAreKeptOut() const {
         for (const char *line : {"--sync Notes --json", "--add @/Home/Notes @/Home/OneDrive/N", "--remove Notes"})
             EXPECT_EQ(told(line, 2), "Tarnwick Basic is already running with these settings.\n");
-        EXPECT_NE(told("--list").find("Notes (This Mac)"), std::string::npos);
+        EXPECT_NE(told("--list").find("Notes (This computer)"), std::string::npos);
     }
 };
 
@@ -64,7 +64,7 @@ There is nothing to sync right now.
 “Gone” was skipped: the drive “This Mac” isn't connected.
 “OneDrive” was skipped: its backup folder is inside the original.
 “Out” was skipped: its stored folders lead outside the drive or OneDrive.
-OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings.
+OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.
 “Photos” was skipped: OneDrive wasn't found. Choose your OneDrive folder in Settings.
 )");
 }
@@ -80,7 +80,7 @@ TEST_F(ModelCommands, AFolderIsAddedListedAndTakenOut) {
     EXPECT_EQ(settings(), expected);
     fs::rename(tree / "Volumes/Stick", tree / "away");
     EXPECT_EQ(told("--list"), "1. Photos (Stick) → ~/OneDrive/Photos · the drive “Stick” isn't connected\n"
-                              "2. Notes (This Mac) → ~/OneDrive/Notes · ready\n");
+                              "2. Notes (This computer) → ~/OneDrive/Notes · ready\n");
     const auto list = QJsonDocument::fromJson(QByteArray::fromStdString(told("--list --json")));
     fs::rename(tree / "away", tree / "Volumes/Stick");
     told("--remove " + list[u"folders"][0][u"pair"][u"id"].toString().toLower().toStdString());

@@ -20,7 +20,7 @@ TEST_F(ModelUnderTest, ProfilesBringBackThePairsOfADriveThatTheListDoesntKnow) {
     model->volumeMounted(drive);
     EXPECT_EQ(listed(), (Lines{"- Other:X > X", "+ Drive:A > 1", "- Drive: > 2"}));
     model->remove(id(0));
-    EXPECT_EQ(logged().at(0), "Restored 2 folder pair(s) from this Mac's own profile on Drive");
+    EXPECT_EQ(logged().at(0), "Restored 2 folder pair(s) from this computer's own profile on Drive");
     EXPECT_TRUE(AppModel::flushProfiles(std::chrono::seconds(10)));
     EXPECT_TRUE(Store::readProfile(other).value().pairs.empty() &&
                 Store::readProfile(drive).value().pairs.size() == 2 && !fs::exists(tree / "Volumes/New/.Tarnwick"));

@@ -10,8 +10,9 @@ TEST_F(ModelUnderTest, TheFirstRefusalWinsAndNothingChanges) {
     fs::remove(oneDrive);
     load({});
     EXPECT_EQ(text(model->addPair(home, home)), "“Home” " + place);
-    EXPECT_EQ(text(model->addPair(photos, home)),
-              "OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings.");
+    EXPECT_EQ(
+        text(model->addPair(photos, home)),
+        "OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.");
     tree.dir("Home/OneDrive/locked");
     const Mount locked("tmpfs", oneDrive / "locked", "tmpfs", "ro");
     const Lines pairs = {"+ This Mac:OneDrive/In > A", "+ Drive:Photos > P", "- Gone:X > X"};

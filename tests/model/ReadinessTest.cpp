@@ -3,7 +3,7 @@
 TEST_F(ModelUnderTest, WhyNothingCanBeSyncedAndWhatASyncThenSays) {
     tree.dir("Volumes/Drive/Photos");
     const std::string add = "Add a folder to back it up to OneDrive.", tick = "Tick a folder to back it up.";
-    const std::string open = "OneDrive wasn't found on this Mac. Open Settings to choose your OneDrive folder.";
+    const std::string open = "OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.";
     const std::string find = "” was skipped: OneDrive wasn't found. Choose your OneDrive folder in Settings.";
     const std::string gone = "” was skipped: the drive “B” isn't connected.";
     const std::string leads = "” was skipped: its stored folders lead outside the drive or OneDrive.";

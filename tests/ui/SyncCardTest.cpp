@@ -96,11 +96,11 @@ TEST_F(SyncCardTest, RowsChipsAndPlacesInWords) {
     PairRow row = model.rows().at(1);
     const std::optional<fs::path> root = model.oneDriveRoot();
     EXPECT_EQ(PairRowText::backupCaption(row, root), QStringLiteral("OneDrive › Backups"));
-    EXPECT_EQ(PairRowText::originalSubtitle(row), QStringLiteral("This Mac › Documents"));
+    EXPECT_EQ(PairRowText::originalSubtitle(row), QStringLiteral("This computer › Documents"));
     row.pair.lastSummary = QStringLiteral("3 files copied");
     row.pair.lastSync = QDateTime::currentDateTimeUtc();
     EXPECT_TRUE(PairRowText::originalSubtitle(row).startsWith(
-        QStringLiteral("This Mac › Documents · 3 files copied, today at ")));
+        QStringLiteral("This computer › Documents · 3 files copied, today at ")));
     EXPECT_EQ(PairRowText::backupCaption(model.rows().at(0), root), QStringLiteral("OneDrive · will be created"));
     EXPECT_EQ(PairRowText::backupCaption(row, std::nullopt),
               QStringLiteral("~/Library/CloudStorage/OneDrive-Personal/Backups"));
@@ -114,7 +114,7 @@ TEST_F(SyncCardTest, RowsChipsAndPlacesInWords) {
     }
     EXPECT_EQ(PairRowText::originalSubtitle(row).count(QStringLiteral("not connected")), 0);
     row.connected = false;
-    EXPECT_EQ(PairRowText::originalSubtitle(row), QStringLiteral("This Mac › Documents · drive not connected"));
+    EXPECT_EQ(PairRowText::originalSubtitle(row), QStringLiteral("This computer › Documents · drive not connected"));
     EXPECT_EQ(PairPalette::colour(3, {}), PairPalette::colour(1, {}));
     EXPECT_EQ(OneDriveText::displayName("/x/OneDrive-Contoso Ltd"), QStringLiteral("OneDrive – Contoso Ltd"));
     EXPECT_EQ(OneDriveText::displayName("/x/OneDrive"), QStringLiteral("OneDrive"));
@@ -122,7 +122,7 @@ TEST_F(SyncCardTest, RowsChipsAndPlacesInWords) {
     fs::rename(world.drive("Backup"), world.top() / "Backup");
     fs::rename(world.drive("Travel"), world.top() / "Travel");
     model.refreshEnvironment();
-    EXPECT_EQ(HeaderText::drives(model), QStringLiteral("This Mac"));
+    EXPECT_EQ(HeaderText::drives(model), QStringLiteral("This computer"));
     model.remove(model.config().pairs.at(1).id);
     EXPECT_EQ(HeaderText::drives(model), QStringLiteral("No drive connected"));
     EXPECT_FALSE(HeaderText::drivesAreOk(model));

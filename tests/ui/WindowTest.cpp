@@ -140,7 +140,7 @@ TEST_F(WindowTest, AFolderIsAddedThroughTheSheet) {
     click(*open, QStringLiteral("Choose Existing…"));
     click(*open, QStringLiteral("Add Folder"));
     EXPECT_TRUE(comesToShow(QStringLiteral("Added “Notes”. Press Sync Now to back it up.")));
-    EXPECT_TRUE(comesToShow(QStringLiteral("This Mac › Documents")));
+    EXPECT_TRUE(comesToShow(QStringLiteral("This computer › Documents")));
     EXPECT_EQ(panels.at(0), QStringLiteral("Choose a Folder to Back Up|Choose a folder in your home folder or on a "
                                            "connected drive.|Choose"));
     EXPECT_FALSE(model.showingAddFolder());
@@ -170,7 +170,7 @@ TEST_F(WindowTest, EveryRefusalIsShownInItsPlace) {
         {world.home(""), original,
          "“Home” can't be backed up from there. Pick a folder inside your home folder or on a connected drive."},
         {original, locked,
-         "OneDrive wasn't found on this Mac. Install and sign in to OneDrive, or choose its folder in Settings."}};
+         "OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings."}};
     for (const auto &[from, backup, refusal] : rows) {
         AddFolderSheet sheet(model);
         sheet.show();
@@ -227,10 +227,11 @@ TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
     auto *row = view.findChildren<PairRowView *>().at(0);
     QMenu menu;
     row->fillContextMenu(menu);
-    EXPECT_EQ(texts(menu),
-              (QStringList{QStringLiteral("Sync “Photos” Now"), QString(), QStringLiteral("Show Original in Finder"),
-                           QStringLiteral("Show Backup in Finder"), QStringLiteral("Choose Backup Folder…"), QString(),
-                           QStringLiteral("Remove from List")}));
+    EXPECT_EQ(
+        texts(menu),
+        (QStringList{QStringLiteral("Sync “Photos” Now"), QString(), QStringLiteral("Show Original in File Manager"),
+                     QStringLiteral("Show Backup in File Manager"), QStringLiteral("Choose Backup Folder…"), QString(),
+                     QStringLiteral("Remove from List")}));
     answer({world.oneDrive()});
     row->chooseBackup();
     auto *alert = view.findChild<QMessageBox *>();

@@ -321,7 +321,7 @@ class Application(unittest.TestCase):
             self.assertEqual(re.sub(r"(?m)^(.*\n)\1+", r"\1", log), """\
 Tarnwick Basic started
 Drive connected: Fotos März
-Restored 1 folder pair(s) from this Mac's own profile on Fotos März
+Restored 1 folder pair(s) from this computer's own profile on Fotos März
 Sync started (driveConnected): Bilder
 Drive disconnected: Fotos März
 Tarnwick Basic started at login
