@@ -1,6 +1,7 @@
 #include "platform/MountTable.h"
 
 #include "base/Paths.h"
+#include "platform/FileFacts.h"
 
 #include <algorithm>
 #include <array>
@@ -108,6 +109,24 @@ const MountEntry *MountTable::covering(const std::filesystem::path &path) const 
     return best;
 }
 
+const MountEntry *MountTable::holding(const std::filesystem::path &path) const {
+    std::filesystem::path existing = Paths::standardised(path);
+    std::optional<FileFacts> facts;
+    while (!(facts = lookAt(AT_FDCWD, existing.c_str(), LinkAtEnd::IsFollowed)) && existing != existing.root_path())
+        existing = existing.parent_path();
+    if (!facts)
+        return nullptr;
+    const MountEntry *mount = withId(static_cast<int>(facts->mountId));
+    return mount ? mount : covering(existing);
+}
+
+const MountEntry *MountTable::reachableAt(const std::filesystem::path &mountPoint) const {
+    const auto found = std::find_if(mounts.rbegin(), mounts.rend(), [&](const MountEntry &entry) {
+        return entry.mountPoint == mountPoint && isReachable(entry);
+    });
+    return found == mounts.rend() ? nullptr : &*found;
+}
+
 bool MountTable::isReachable(const MountEntry &entry) const {
     const auto at = std::find_if(mounts.begin(), mounts.end(), [&](const MountEntry &m) { return m.id == entry.id; });
     return at != mounts.end() && std::none_of(at + 1, mounts.end(), [&](const MountEntry &later) {
@@ -119,12 +138,16 @@ std::string fileSystemTypeName(const MountEntry &entry) {
     return entry.type == "vfat" || entry.type == "fuse.fusefat" ? "msdos" : entry.type;
 }
 
+bool isFuse(std::string_view type) {
+    return type == "fuse" || type == "fuseblk" || type.starts_with("fuse.");
+}
+
 bool isLocalStorage(std::string_view type) {
-    static constexpr std::array<std::string_view, 42> others = {
+    static constexpr std::array<std::string_view, 43> others = {
         // on another machine
         "nfs", "nfs4", "cifs", "smb3", "smbfs", "ncpfs", "ncp", "afs", "9p", "ceph", "glusterfs", "lustre", "gfs2",
-        "ocfs2", "beegfs", "virtiofs", "fuse.sshfs", "fuse.rclone", "fuse.davfs2", "fuse.curlftpfs", "fuse.glusterfs",
-        "fuse.s3fs", "fuse.gvfsd-fuse", "fuse.portal",
+        "ocfs2", "beegfs", "virtiofs", "fuse.sshfs", "fuse.rclone", "fuse.onedriver", "fuse.davfs2", "fuse.curlftpfs",
+        "fuse.glusterfs", "fuse.s3fs", "fuse.gvfsd-fuse", "fuse.portal",
         // the kernel's own
         "proc", "sysfs", "devtmpfs", "devpts", "cgroup", "cgroup2", "securityfs", "debugfs", "tracefs", "bpf", "mqueue",
         "hugetlbfs", "fusectl", "configfs", "pstore", "efivarfs", "autofs", "binfmt_misc"};

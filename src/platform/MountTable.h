@@ -40,6 +40,11 @@ class MountTable {
     const MountEntry *withId(int id) const;
     /// The mount that covers a standardised absolute path, judged by its text; null in an empty table.
     const MountEntry *covering(const std::filesystem::path &path) const;
+    /// The mount that the nearest existing ancestor of `path` lies on, links followed; null when that can't be told.
+    /// Looks at the path, so it waits for a disk that is slow.
+    const MountEntry *holding(const std::filesystem::path &path) const;
+    /// The mount at this mount point that paths lead into; null when nothing is mounted there.
+    const MountEntry *reachableAt(const std::filesystem::path &mountPoint) const;
     /// Whether paths still lead into the mount: none mounted later covers its mount point.
     bool isReachable(const MountEntry &entry) const;
 
@@ -49,6 +54,10 @@ class MountTable {
 
 /// The type as the rules for comparing files name it: "msdos" for the FAT drivers, otherwise the kernel's name.
 std::string fileSystemTypeName(const MountEntry &entry);
+
+/// Whether the type is that of a file system served by a program (FUSE): such ones answer with any errno to calls that
+/// they don't know, and may do with a file what no disk would.
+bool isFuse(std::string_view type);
 
 /// Whether the type is that of a file system that stores files on this machine: neither a network file system nor one
 /// of the kernel's own (proc, sysfs and the like).

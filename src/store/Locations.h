@@ -16,24 +16,41 @@ namespace Locations {
 
 namespace fs = std::filesystem;
 
-/// The key and the name of the drive that the home folder counts as.
+// Places
+
+/// The key and the name of the drive that the home folder counts as, as they are stored.
 inline const QString homeKey = QStringLiteral("this-mac-home");
 inline const QString homeName = QStringLiteral("This Mac");
+/// How that drive is called where it is shown.
+inline const QString shownHomeName = QStringLiteral("This computer");
 
 fs::path homeURL();
 
 /// Whether an existing folder stands at `path`; a link to one counts.
 bool isFolder(const fs::path &path);
 
+/// The entries of a folder in the system's order, without hidden ones; none when it can't be listed.
+std::vector<fs::path> visibleEntries(const fs::path &folder);
+
 /// `path` with the links in it resolved as far as it exists; `path` itself when that can't be told.
 fs::path resolved(const fs::path &path);
+
+/// A path that was stored as text, made absolute (against the home folder, which a leading "~" stands for, too) and
+/// standardised. None when no path can read like that.
+std::optional<fs::path> storedPath(const QString &text);
 
 /// The user's cache folder: XDG_CACHE_HOME or "~/.cache"; ".cache" in the test root's home when one is active.
 fs::path cacheFolder();
 
+/// The user's folder of configurations: XDG_CONFIG_HOME or "~/.config"; ".config" in the test root's home when one is
+/// active.
+fs::path configFolder();
+
 /// The path for showing, with the home folder shortened to "~". Compares plain text, so "/home/ann" shortens
 /// "/home/anna" too.
 QString tildePath(const fs::path &url);
+
+// Drives
 
 /// The connected external drives in the order of a file browser: local file systems mounted below "/media/",
 /// "/run/media/" or "/mnt/", or the folders in the test root's "Volumes".
@@ -42,12 +59,8 @@ std::vector<VolumeInfo> externalVolumes();
 /// The external drive whose top folder is `url`, or none.
 std::optional<VolumeInfo> volumeInfo(const fs::path &url);
 
-/// The OneDrive folders found, in preference order.
-std::vector<fs::path> oneDriveRoots();
-
-/// `url` relative to `base`: empty when they are the same, none when `url` lies elsewhere. Compares without case, as
-/// given, then standardised, then with links resolved; the answer keeps the capitals of `url`.
-std::optional<QString> relativePath(const fs::path &url, const fs::path &base);
+/// The drive that the home folder counts as.
+VolumeInfo homeDrive();
 
 /// The drive among `volumes` that holds `url`, the innermost one first; else "This Mac" for a folder below the home
 /// folder; else none.
@@ -62,6 +75,56 @@ QString volumeName(const fs::path &url);
 /// The file-system type of the volume that holds `url`, as the comparison rules name it ("msdos" for FAT); empty when
 /// unknown.
 QString fileSystemType(const fs::path &url);
+
+// OneDrive folders
+
+struct OneDriveFolder {
+    fs::path url;
+    QString what; ///< what keeps it in sync, such as "rclone mount onedrive:"; empty when nothing is known of it
+    bool operator==(const OneDriveFolder &) const = default;
+};
+
+/// The OneDrive folders found, in preference order.
+std::vector<OneDriveFolder> oneDriveFolders();
+
+/// Their places alone.
+std::vector<fs::path> oneDriveRoots();
+
+/// The folder that backups go to, or why there is none.
+struct OneDriveInUse {
+    enum class State { Ready, NotFound, NotMounted };
+
+    State state = State::NotFound;
+    std::optional<fs::path> root = {}; ///< only when ready
+    std::optional<fs::path> goneChoice =
+        {}; ///< the folder chosen by hand, when it isn't there and not merely unmounted
+    std::optional<fs::path> mountPoint = {}; ///< that must hold it; none when the home folder's mount does
+    bool operator==(const OneDriveInUse &) const = default;
+};
+
+/// The chosen folder where it exists, else the first one of `found`. `keptMount` is the mount point that held it when
+/// it was last seen: while nothing is mounted there, what stands in its place is not OneDrive.
+OneDriveInUse oneDriveInUse(const std::optional<QString> &chosen, const std::optional<QString> &keptMount,
+                            const std::vector<OneDriveFolder> &found);
+
+/// The mount point that has to be remembered for a folder: of the innermost mount that holds it, unless the home folder
+/// lies on the same one.
+std::optional<fs::path> mountPointToKeep(const fs::path &folder);
+
+/// Whether the mount point `top` holds `folder` at present, itself or by a mount further in.
+bool isHeldBy(const fs::path &folder, const fs::path &top);
+
+/// The sentence for a OneDrive folder whose mount point is bare.
+QString notMounted(const fs::path &mountPoint);
+
+/// Why backups must never go to this folder; none when they may.
+std::optional<QString> oneDriveRefusal(const fs::path &folder);
+
+// Paths of pairs
+
+/// `url` relative to `base`: empty when they are the same, none when `url` lies elsewhere. Compares without case, as
+/// given, then standardised, then with links resolved; the answer keeps the capitals of `url`.
+std::optional<QString> relativePath(const fs::path &url, const fs::path &base);
 
 struct ResolvedFolder {
     VolumeInfo volume;
