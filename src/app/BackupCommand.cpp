@@ -9,7 +9,7 @@
 #include "base/Text.h"
 #include "store/Locations.h"
 #include "sync/PairPlanJson.h"
-#include "sync/PlanText.h"
+#include "sync/PlannedJob.h"
 #include "sync/Planner.h"
 #include "sync/SyncRunner.h"
 
@@ -67,21 +67,17 @@ SyncJob jobFor(const fs::path &original, const fs::path &backup) {
 PairPlan planOf(const SyncJob &job, const CancelToken &token, Console::ProgressLine &line) {
     ProgressReporter reporter([&](const SyncProgress &progress) { line.show(progress); });
     reporter.progress.pairName = job.name;
-    const FolderAnchor original = FolderAnchor::openIfFolder(job.original);
-    const FolderAnchor backup = FolderAnchor::openIfFolder(job.backup);
-    // The two cases in which a run doesn't plan at all.
-    PairPlan none(job.original, job.backup);
-    if (!original.isOpen())
-        none.problems.push_back(PlanText::originalMissing(job));
-    else if (!backup.isOpen() && !FolderAnchor::openIfFolder(job.backup.parent_path()).isOpen())
-        none.problems.push_back(PlanText::backupUnavailable(job));
-    if (!none.problems.empty())
+    PlannedJob entry;
+    if (const std::optional<JobRefusal> refusal = entry.open(job)) {
+        PairPlan none(job.original, job.backup);
+        none.problems.push_back(refusal->line);
         return none;
+    }
     Planner planner(job.rules, token, [&] {
         ++reporter.progress.scanned;
         reporter.emitThrottled();
     });
-    return planner.build(original, backup);
+    return planner.build(entry.original, entry.backup, job.placeInOneDrive());
 }
 
 int dryRun(const SyncJob &job, const CancelToken &token, bool json) {

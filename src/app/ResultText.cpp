@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "records/Json.h"
 #include "sync/OneDriveNames.h"
+#include "sync/PlanText.h"
 
 namespace ResultText {
 
@@ -65,6 +66,8 @@ void print(const PairPlan &plan, const Line &line) {
              (isName ? QStringLiteral(" — OneDrive would need the name “") + skip.detail + u'”'
                      : QStringLiteral(" — OneDrive doesn't accept ") + skip.detail + QStringLiteral(" files")));
     }
+    if (plan.refusedByClients.count > 0)
+        line(PlanText::mayNotReachTheCloud(plan));
 }
 
 } // namespace ResultText

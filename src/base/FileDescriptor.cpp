@@ -10,3 +10,9 @@ void FileDescriptor::reset(int descriptor) {
     }
     fd = descriptor;
 }
+
+int FileDescriptor::close() {
+    // After EINTR the descriptor is closed all the same.
+    const bool failed = ::close(std::exchange(fd, -1)) != 0 && errno != EINTR;
+    return failed ? errno : 0;
+}

@@ -26,6 +26,10 @@ class FileDescriptor {
     /// up can't hide the first error.
     void reset(int descriptor = -1);
 
+    /// Closes what is held and tells how that went: 0, or the errno with which the file system says only now that what
+    /// was written isn't stored.
+    int close();
+
   private:
     int fd = -1;
 };

@@ -28,7 +28,10 @@ int flushVolume(int descriptor) {
 }
 
 int flushFile(int descriptor) {
-    return ::fsync(descriptor) == 0 ? 0 : errno;
+    if (::fsync(descriptor) == 0)
+        return 0;
+    // What can't be flushed at all is no failure of this file.
+    return errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP ? 0 : errno;
 }
 
 } // namespace Durability

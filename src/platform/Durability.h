@@ -17,7 +17,8 @@ Method methodFor(int descriptor);
 int flushVolume(int descriptor);
 
 /// Flushes one open file, or the names in one open folder. The date goes with the data: a copy whose date got lost in a
-/// power cut would pass for a newer file. 0 on success, else the errno. Blocks.
+/// power cut would pass for a newer file. 0 on success and where the file system knows no flush, else the errno.
+/// Blocks.
 int flushFile(int descriptor);
 
 } // namespace Durability

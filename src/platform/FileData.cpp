@@ -196,9 +196,15 @@ mode_t copyAttributes(int source, const struct stat &original, int destination) 
     return mode;
 }
 
+void setTimes(int file, const timespec &accessed, FileTime modified) {
+    const timespec times[] = {accessed, modified.toTimespec()};
+    ::futimens(file, times);
+}
+
 void setMode(int file, mode_t mode) {
-    // A file system without modes (FAT) refuses some of them; the copy is as good as it can be there.
-    if (::fchmod(file, mode) != 0 && errno != EPERM && errno != EOPNOTSUPP)
+    // A file system without modes refuses some of them (FAT) or the call itself (many a FUSE file system); the copy is
+    // as good as it can be there.
+    if (::fchmod(file, mode) != 0 && errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL)
         fail("fchmod");
 }
 

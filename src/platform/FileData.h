@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FileTime.h"
+
 #include <cstdint>
 #include <functional>
 
@@ -30,6 +32,10 @@ mode_t creationMode(const struct stat &original);
 /// as far as its file system takes them. Returns the mode that it is to get afterwards with setMode(); setuid and
 /// setgid only together with the ownership. Access-control lists and file flags are not passed on.
 mode_t copyAttributes(int source, const struct stat &original, int destination);
+
+/// Sets both dates of an open file: always as a pair, because some file systems ignore one alone. Whether a file system
+/// keeps them shows only when the file is looked at again.
+void setTimes(int file, const struct timespec &accessed, FileTime modified);
 
 /// Sets the mode as far as the file system knows modes.
 void setMode(int file, mode_t mode);

@@ -43,6 +43,10 @@ std::optional<FileFacts> lookAt(int folder, const char *name, LinkAtEnd link) {
     return look(folder, name, link == LinkAtEnd::IsMeant ? AT_SYMLINK_NOFOLLOW : 0);
 }
 
+std::optional<FileFacts> lookAtAnew(int folder, const char *name) {
+    return look(folder, name, AT_SYMLINK_NOFOLLOW | AT_STATX_FORCE_SYNC);
+}
+
 std::optional<FileFacts> lookAtOpen(int descriptor) {
     return look(descriptor, "", AT_EMPTY_PATH);
 }

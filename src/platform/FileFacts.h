@@ -28,5 +28,9 @@ enum class LinkAtEnd { IsMeant, IsFollowed };
 /// is there.
 std::optional<FileFacts> lookAt(int folder, const char *name, LinkAtEnd link = LinkAtEnd::IsMeant);
 
+/// Looks at `name` itself and has the file system answer, not what the kernel remembers: a FUSE file system may change
+/// a file in a rename without telling.
+std::optional<FileFacts> lookAtAnew(int folder, const char *name);
+
 /// Looks at an open file or folder. None on failure, with errno set.
 std::optional<FileFacts> lookAtOpen(int descriptor);

@@ -18,48 +18,48 @@ namespace {
 } // namespace
 
 Mover::MovedIn Mover::moveIn(NameAt from, NameAt to) {
-    switch (method) {
-    case Method::ExclusiveRename:
-        return byExclusiveRename(from, to);
-    case Method::Link:
-        return byLink(from, to);
-    case Method::LookAndRename:
-        break;
+    for (const Method way : {Method::ExclusiveRename, Method::Link}) {
+        if (way < method)
+            continue;
+        const std::optional<MovedIn> result = attempt(way, from, to);
+        if (result == MovedIn::Done)
+            method = way;
+        if (result)
+            return *result;
     }
-    return byLook(from, to);
-}
-
-Mover::MovedIn Mover::byExclusiveRename(NameAt from, NameAt to) {
-    if (::renameat2(from.folder, from.name, to.folder, to.name, RENAME_NOREPLACE) == 0)
-        return MovedIn::Done;
-    if (errno == EEXIST)
-        return MovedIn::TargetExists;
-    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
-        fail("rename");
-    method = Method::Link;
-    return byLink(from, to);
-}
-
-Mover::MovedIn Mover::byLink(NameAt from, NameAt to) {
-    if (::linkat(from.folder, from.name, to.folder, to.name, 0) == 0) {
-        ::unlinkat(from.folder, from.name, 0);
-        return MovedIn::Done;
-    }
-    if (errno == EEXIST)
-        return MovedIn::TargetExists;
-    if (errno != EPERM && errno != ENOSYS && errno != EOPNOTSUPP && errno != EINVAL)
-        fail("link");
-    method = Method::LookAndRename;
-    return byLook(from, to);
-}
-
-Mover::MovedIn Mover::byLook(NameAt from, NameAt to) {
     if (lookAt(to.folder, to.name))
         return MovedIn::TargetExists;
     if (errno != ENOENT)
         fail("stat");
     replace(from, to);
+    // Only now it is sure that the calls before didn't fail for a reason that this one would share.
+    method = Method::LookAndRename;
     return MovedIn::Done;
+}
+
+/// None when the file system doesn't know the call.
+std::optional<Mover::MovedIn> Mover::attempt(Method way, NameAt from, NameAt to) const {
+    const bool isRename = way == Method::ExclusiveRename;
+    const int result = isRename ? ::renameat2(from.folder, from.name, to.folder, to.name, RENAME_NOREPLACE)
+                                : ::linkat(from.folder, from.name, to.folder, to.name, 0);
+    if (result == 0) {
+        if (!isRename)
+            ::unlinkat(from.folder, from.name, 0);
+        return MovedIn::Done;
+    }
+    if (errno == EEXIST)
+        return MovedIn::TargetExists;
+    if (!isUnknown(way, errno))
+        fail(isRename ? "rename" : "link");
+    return std::nullopt;
+}
+
+bool Mover::isUnknown(Method way, int error) const {
+    // A FUSE file system answers with whatever its author thought of, EIO for one; if the disk behind it really fails,
+    // the plain rename after this tells.
+    if (on == On::Fuse)
+        return true;
+    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || (way == Method::Link && error == EPERM);
 }
 
 void Mover::replace(NameAt from, NameAt to) {

@@ -2,10 +2,15 @@
 
 #include "platform/NameAt.h"
 
+#include <optional>
+
 /// Renames within one volume. Remembers what its file system can do, so keep one per volume.
 class Mover {
   public:
+    enum class On { Disk, Fuse };
     enum class MovedIn { Done, TargetExists };
+
+    explicit Mover(On fileSystem = On::Disk) : on(fileSystem) {}
 
     /// Moves `from` to `to` if and only if nothing is there. Fails with std::system_error; EXDEV when the two are not
     /// on one volume after all. On a file system that knows neither an exclusive rename nor hard links, a last look
@@ -18,9 +23,9 @@ class Mover {
   private:
     enum class Method { ExclusiveRename, Link, LookAndRename };
 
-    MovedIn byExclusiveRename(NameAt from, NameAt to);
-    MovedIn byLink(NameAt from, NameAt to);
-    static MovedIn byLook(NameAt from, NameAt to);
+    std::optional<MovedIn> attempt(Method way, NameAt from, NameAt to) const;
+    bool isUnknown(Method way, int error) const;
 
-    Method method = Method::ExclusiveRename;
+    On on;
+    Method method = Method::ExclusiveRename; ///< the first one that may work here
 };

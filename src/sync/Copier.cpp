@@ -53,9 +53,29 @@ FileData::Devices devicesOf(dev_t a, dev_t b) {
     return a == b ? FileData::Devices::Same : FileData::Devices::Different;
 }
 
-void setTimes(int file, const timespec &accessed, FileTime modified) {
-    const timespec times[] = {accessed, modified.toTimespec()};
-    ::futimens(file, times); // a failure shows when the published file is looked at
+/// Some file systems tell only in closing that what was written isn't stored, and some of them upload then.
+void writeDown(FileDescriptor &file, Durability::Method durability) {
+    if (durability == Durability::Method::EachFile) {
+        if (const int error = Durability::flushFile(file.get()))
+            fail(error, "fsync");
+    }
+    if (const int error = file.close())
+        fail(error, "close");
+}
+
+/// Sees to it that a published copy has its date: some file systems forget it in a rename, and a sync client may touch
+/// the file at once. False when the file system can't keep it, as far as a comparison by `rules` would notice.
+bool keepDate(NameAt file, FileTime date, const SyncRules &rules) {
+    std::optional<FileFacts> now = lookAtAnew(file.folder, file.name);
+    if (now && std::abs(secondsBetween(now->mtime, date)) > 1) {
+        const timespec times[] = {date.toTimespec(), date.toTimespec()}; // one alone is ignored by some
+        ::utimensat(file.folder, file.name, times, AT_SYMLINK_NOFOLLOW);
+        const FileDescriptor dated(::openat(file.folder, file.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (dated)
+            Durability::flushFile(dated.get());
+        now = lookAtAnew(file.folder, file.name);
+    }
+    return !now || decide({0, date}, {0, now->mtime}, rules) == Verdict::UpToDate;
 }
 
 } // namespace
@@ -83,6 +103,8 @@ StagedCopy &StagedCopy::operator=(StagedCopy &&other) noexcept {
 }
 
 StagedCopy::~StagedCopy() {
+    // Closed first: a mount that uploads in closing would bring the removed file back.
+    locked.reset();
     if (!name.empty())
         ::unlinkat(folder, name.c_str(), 0);
 }
@@ -129,11 +151,8 @@ StagedCopy Copier::stageAt(Place place, const Original &original, const std::sha
     const mode_t mode = rawCopy(original.open, original.facts, file.get(), devices, onBytes);
     if (checkComplete(original.at, original.facts, staged.at()).mode != mode)
         FileData::setMode(file.get(), mode);
-    setTimes(file.get(), original.facts.st_atim, mtime);
-    if (target->volume->durability == Durability::Method::EachFile) {
-        if (const int error = Durability::flushFile(file.get()))
-            fail(error, "fsync");
-    }
+    FileData::setTimes(file.get(), original.facts.st_atim, mtime);
+    writeDown(file, target->volume->durability);
     return std::move(staged);
 }
 
@@ -154,16 +173,17 @@ std::pair<StagedCopy, FileDescriptor> Copier::create(Place place, const std::sha
         // protects it all the same, since nobody removes what he can't lock.
         const bool isTaken = !Lock::tryLock(file.get()) && errno == EWOULDBLOCK;
         if (!isTaken && factsOf(file.get()).st_nlink != 0) {
-            copy.hold(FileDescriptor(::dup(file.get())));
+            copy.hold(FileDescriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0)));
             return {std::move(copy), std::move(file)};
         }
+        file.reset();
         // Between the two calls another run took it for a leftover: once more under another name.
     }
     fail(EAGAIN, "lock");
 }
 
-Published Copier::publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
-                          const FileVersion &original, const FileVersion *planned, const SyncRules &rules) {
+PublishedCopy Copier::publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
+                              const FileVersion &original, const FileVersion *planned, const SyncRules &rules) {
     const NameAt to{target->folder.get(), name};
     try {
         return moveIntoPlace(staged, to, original, planned, rules);
@@ -188,24 +208,17 @@ StagedCopy Copier::stageAgainBeside(const StagedCopy &staged, const std::shared_
                        [](std::int64_t) { return FileData::Continue::Yes; });
     FileData::setMode(file.get(), FileData::copyAttributes(source.get(), facts, file.get()));
     checkComplete(staged.at(), facts, copy.at());
-    setTimes(file.get(), facts.st_atim, mtime);
-    if (const int error = Durability::flushFile(file.get()))
-        fail(error, "fsync");
+    FileData::setTimes(file.get(), facts.st_atim, mtime);
+    writeDown(file, Durability::Method::EachFile);
     target->volume->refusesRename = true;
     return std::move(copy);
 }
 
-Published Copier::moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,
-                                const FileVersion *planned, const SyncRules &rules) {
-    const Published result = Swap::intoPlace(staged.tempVolume().mover, staged.at(), target, original, planned, rules);
-    if (result != Published::Added && result != Published::Updated)
-        return result;
+PublishedCopy Copier::moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,
+                                    const FileVersion *planned, const SyncRules &rules) {
+    const Published outcome = Swap::intoPlace(staged.tempVolume().mover, staged.at(), target, original, planned, rules);
+    if (outcome != Published::Added && outcome != Published::Updated)
+        return {outcome};
     staged.wasMoved();
-    // Some file systems forget the date in a rename, and a sync client may touch the file at once.
-    const std::optional<FileFacts> now = lookAt(target.folder, target.name);
-    if (now && std::abs(secondsBetween(now->mtime, original.mtime)) > 1) {
-        const timespec times[] = {{0, UTIME_OMIT}, original.mtime.toTimespec()};
-        ::utimensat(target.folder, target.name, times, AT_SYMLINK_NOFOLLOW);
-    }
-    return result;
+    return {outcome, keepDate(target, original.mtime, rules)};
 }

@@ -38,8 +38,11 @@ class StagedCopy {
     TempVolume &tempVolume() const { return *volume; }
     /// Keeps the lock on a copy beside its target.
     void hold(FileDescriptor lock) { locked = std::move(lock); }
-    /// The copy is where it belongs now; nothing is left to remove.
-    void wasMoved() { name.clear(); }
+    /// The copy is where it belongs now: nothing is left to remove, or to protect.
+    void wasMoved() {
+        name.clear();
+        locked.reset();
+    }
 
   private:
     std::shared_ptr<const TargetFolder> beside; // null when the copy is in the volume's temporary folder
@@ -64,8 +67,9 @@ class Copier {
     /// Moves a staged and flushed copy to `name` in `target`. `original` is what was copied and `planned` what stood at
     /// the target when that was decided (null: nothing). If something else stands there now, it is decided anew.
     /// May run on another thread than stage(), for one copy at a time.
-    static Published publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target, const char *name,
-                             const FileVersion &original, const FileVersion *planned, const SyncRules &rules);
+    static PublishedCopy publish(StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target,
+                                 const char *name, const FileVersion &original, const FileVersion *planned,
+                                 const SyncRules &rules);
 
     /// The plain copy of the open file `source`, whose facts are `original`, to the new, empty file `destination`:
     /// data, ownership, extended attributes. Returns the mode that the copy is to get. Fails with SyncCancelled soon
@@ -87,8 +91,8 @@ class Copier {
                        FileTime mtime, const BytesCallback &onBytes);
     static std::pair<StagedCopy, FileDescriptor> create(Place place, const std::shared_ptr<const TargetFolder> &target,
                                                         mode_t mode);
-    static Published moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,
-                                   const FileVersion *planned, const SyncRules &rules);
+    static PublishedCopy moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,
+                                       const FileVersion *planned, const SyncRules &rules);
     static StagedCopy stageAgainBeside(const StagedCopy &staged, const std::shared_ptr<const TargetFolder> &target,
                                        FileTime mtime);
 

@@ -2,6 +2,7 @@
 
 #include "platform/Durability.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -24,6 +25,13 @@ CopyPipeline::~CopyPipeline() {
 bool CopyPipeline::isFull(const Batch &batch) {
     return batch.items.size() >= batchFiles || batch.bytes >= batchBytes || batch.besideTarget >= batchBeside ||
            Clock::now() - batch.begun >= batchTime;
+}
+
+/// Nothing is gained by collecting files that are flushed one by one, and a client's mount begins to upload a copy
+/// under its temporary name soon after it was closed.
+bool CopyPipeline::isFlushed(const Batch &batch) {
+    return std::any_of(batch.volumes.begin(), batch.volumes.end(),
+                       [](const TempVolume *volume) { return volume->durability == Durability::Method::EachFile; });
 }
 
 int CopyPipeline::flush(const std::set<TempVolume *> &volumes) {
@@ -49,11 +57,10 @@ CopyPipeline::Next CopyPipeline::add(CopyInProgress item) {
 
     if (isDone() && finish() == Next::Stop)
         return Next::Stop;
-    if (!isFull(filling))
-        return Next::GoOn;
-    if (finish() == Next::Stop)
+    if (isFull(filling) && finish() == Next::Stop)
         return Next::Stop;
-    start();
+    if (!result.valid() && (isFull(filling) || isFlushed(filling)))
+        start();
     return Next::GoOn;
 }
 

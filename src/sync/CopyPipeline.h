@@ -16,7 +16,7 @@ struct CopyInProgress {
     const PlannedCopy *copy = nullptr;
     std::optional<StagedCopy> staged;
     QString stageFailure; ///< for the user; meaningful when not staged
-    std::optional<Published> outcome;
+    std::optional<PublishedCopy> outcome;
     std::exception_ptr publishFailure;
 };
 
@@ -60,6 +60,7 @@ class CopyPipeline {
     };
 
     static bool isFull(const Batch &batch);
+    static bool isFlushed(const Batch &batch);
     static int flush(const std::set<TempVolume *> &volumes);
     int flushAndPublish(Batch &batch) const;
     void start();

@@ -78,12 +78,13 @@ bool canReadAnother(const FolderAnchor &original, const PairPlan &plan, const Pl
 
 bool canWrite(int folder) {
     const std::string name = TempArea::temporaryName();
-    const FileDescriptor file(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    FileDescriptor file(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!file)
         return !isDriveError(errno);
-    const bool written = ::write(file.get(), "", 1) == 1 && Durability::flushFile(file.get()) == 0;
+    const bool isFlushed = ::write(file.get(), "", 1) == 1 && Durability::flushFile(file.get()) == 0;
+    const bool isStored = file.close() == 0; // before it is removed: some mounts upload in closing
     ::unlinkat(folder, name.c_str(), 0);
-    return written;
+    return isFlushed && isStored;
 }
 
 } // namespace DriveProbe

@@ -19,6 +19,12 @@ std::pair<std::string, std::string> split(const std::string &relative) {
     return {relative.substr(0, slash), relative.substr(slash + 1)};
 }
 
+/// Nothing of ours that is under way is ever a link.
+bool isLink(int folder, const char *name) {
+    const std::optional<FileFacts> facts = lookAt(folder, name);
+    return facts && facts->kind == FileKind::Link;
+}
+
 } // namespace
 
 bool isOldVersion(const PlannedLeftover &leftover) {
@@ -29,6 +35,10 @@ void remove(const FolderAnchor &backup, const PlannedLeftover &leftover) {
     const auto [folderRel, name] = split(leftover.backupRel);
     try {
         const FileDescriptor folder = OpenBelow::folder(backup.descriptor(), folderRel);
+        if (isLink(folder.get(), name.c_str())) {
+            ::unlinkat(folder.get(), name.c_str(), 0);
+            return;
+        }
         const FileDescriptor file = OpenBelow::file(folder.get(), name.c_str());
         const std::optional<FileFacts> facts = lookAtOpen(file.get());
         if (facts && facts->kind == FileKind::Regular && Lock::tryLock(file.get()))

@@ -10,7 +10,7 @@ namespace Leftovers {
 /// has finished without errors.
 bool isOldVersion(const PlannedLeftover &leftover);
 
-/// Removes it, unless another process has it locked or it is no plain file. Failures are ignored.
+/// Removes a file that no other process has locked, or a link. Failures are ignored.
 void remove(const FolderAnchor &backup, const PlannedLeftover &leftover);
 
 } // namespace Leftovers

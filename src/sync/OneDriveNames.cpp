@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 
+#include <QStringList>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
@@ -78,6 +79,32 @@ bool isAcceptable(std::string_view name) {
     return !name.empty() && name.back() != ' ' && std::all_of(name.begin(), name.end(), [](char c) {
         return acceptableBytes[static_cast<unsigned char>(c)];
     }) && Text::isUtf8(name);
+}
+
+bool isRefusedByClients(std::string_view name) {
+    if (name.starts_with(' ') || name.ends_with('.'))
+        return true;
+    const std::string_view stem = name.substr(0, name.find('.'));
+    if (stem.size() == 3 || stem.size() == 4) {
+        static constexpr std::array<std::string_view, 4> devices = {"con", "prn", "aux", "nul"};
+        static constexpr std::array<std::string_view, 2> ports = {"com", "lpt"};
+        const std::string lower = Text::asciiLower(stem);
+        const bool isNumbered = stem.size() == 4 && stem[3] >= '0' && stem[3] <= '9';
+        const auto begins = [&](std::string_view word) { return lower.starts_with(word); };
+        if (isNumbered ? std::any_of(ports.begin(), ports.end(), begins)
+                       : std::find(devices.begin(), devices.end(), lower) != devices.end())
+            return true;
+    }
+    return name.find('_') != std::string_view::npos && Text::asciiLower(name).find("_vti_") != std::string::npos;
+}
+
+std::optional<QString> folderRefusal(const QString &relPath) {
+    for (const QString &name : relPath.split(u'/', Qt::SkipEmptyParts)) {
+        if (safe(name) != name)
+            return QStringLiteral("OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or end with "
+                                  "a space). Choose another name.");
+    }
+    return std::nullopt;
 }
 
 QString visible(const QString &name) {

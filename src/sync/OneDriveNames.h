@@ -27,6 +27,17 @@ QString safe(std::string_view name);
 /// Whether safe() would leave the name as it is.
 bool isAcceptable(std::string_view name);
 
+/// Whether OneDrive clients are known to refuse the name although safe() leaves it as it is: a blank in front, a dot at
+/// the end, the device names of another system, "_vti_".
+bool isRefusedByClients(std::string_view name);
+
+/// Paths below the OneDrive folder that are longer (in UTF-16 units) are refused by clients.
+inline constexpr qsizetype longestPath = 400;
+
+/// Why a folder can't be made for a backup: a name on its path (below the OneDrive folder) can't be stored. None when
+/// all can.
+std::optional<QString> folderRefusal(const QString &relPath);
+
 /// The name with control characters and trailing blanks made visible.
 QString visible(const QString &name);
 

@@ -133,7 +133,7 @@ std::shared_ptr<const TargetFolder> PairExecution::targetFolder(const PlanFolder
                 throw;
             target->folder = OpenBelow::makeFolders(planned.backup.descriptor(), relative);
         }
-        target->volume = &context.temp.volumeOf(target->folder.get());
+        target->volume = &context.temp.volumeOf(target->folder.get(), planned.backup.path() / relative);
         return std::shared_ptr<const TargetFolder>(std::move(target));
     });
 }
@@ -238,9 +238,10 @@ std::shared_ptr<const TargetFolder> PairExecution::publishFolder(const CopyInPro
     });
 }
 
-void PairExecution::recordPublished(const PlannedCopy &copy, Published outcome) {
+void PairExecution::recordPublished(const PlannedCopy &copy, const PublishedCopy &published) {
     SyncRun &run = context.run;
-    switch (outcome) {
+    datesLost += published.hasItsDate ? 0 : 1;
+    switch (published.outcome) {
     case Published::UpToDate:
         ++run.upToDate;
         return;
@@ -258,7 +259,8 @@ void PairExecution::recordPublished(const PlannedCopy &copy, Published outcome) 
     result.bytes += copy.size;
     ++run.filesCopied;
     run.bytesCopied += copy.size;
-    RunRecord::addChange(run, job, plan, copy, outcome == Published::Added ? ChangeKind::added : ChangeKind::updated);
+    RunRecord::addChange(run, job, plan, copy,
+                         published.outcome == Published::Added ? ChangeKind::added : ChangeKind::updated);
 }
 
 /// Where one flush of the volume does nothing, the new names are flushed folder by folder.
@@ -340,7 +342,7 @@ bool PairExecution::isBackupGone(int error) const {
         return true;
     try {
         const FileDescriptor folder = OpenBelow::folder(backup.descriptor(), {});
-        const TempVolume &volume = context.temp.volumeOf(folder.get());
+        const TempVolume &volume = context.temp.volumeOf(folder.get(), backup.path());
         return !DriveProbe::canWrite(volume.isBeside() ? folder.get() : volume.folderToFill());
     } catch (const std::system_error &) {
         return true;
@@ -365,6 +367,8 @@ void PairExecution::finish() {
                 Leftovers::remove(planned.backup, leftover);
         }
     }
+    if (datesLost > 0)
+        RunRecord::addLostDates(context.run, job, datesLost);
     if (cancelled)
         result.note = QStringLiteral("Cancelled");
     context.run.pairResults.push_back(result);

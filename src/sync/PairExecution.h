@@ -52,7 +52,7 @@ class PairExecution {
     std::shared_ptr<const TargetFolder> targetFolder(const PlanFolder *folder);
     Next settle(CopyInProgress &item, int flushError);
     void publish(CopyInProgress &item);
-    void recordPublished(const PlannedCopy &copy, Published outcome);
+    void recordPublished(const PlannedCopy &copy, const PublishedCopy &published);
     Next settleFailure(const PlannedCopy &copy, const Failure &failure);
     void addError(const PlannedCopy &copy, const QString &text);
     std::optional<Ending> endingFor(const PlannedCopy &copy, const Failure &failure);
@@ -70,6 +70,7 @@ class PairExecution {
     const PairPlan &plan;
     RunContext context;
     PairResult result;
+    std::int64_t datesLost = 0; ///< copies whose dates the backup's file system didn't keep
     Copier copier;
     FolderWatch originalWatch;
     FolderCache<FileDescriptor> sources;

@@ -72,6 +72,11 @@ class PairPlan {
     std::int64_t upToDate = 0;
     std::int64_t skippedLinks = 0;
     std::vector<PlannedLeftover> staleTemps;
+    /// Items of the whole tree whose names or paths clients are known to refuse, and the first few of them.
+    struct {
+        std::int64_t count = 0;
+        std::vector<QString> first;
+    } refusedByClients;
 
     const PlanFolder *top() const { return &tree.front(); }
     const PlanFolder *addFolder(const PlanFolder *parent, std::string_view originalName, std::string_view backupName);

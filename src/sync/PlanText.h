@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "store/Locations.h"
+#include "sync/PairPlan.h"
 #include "sync/SyncJob.h"
 
 #include <QString>
@@ -27,12 +28,33 @@ inline QString sameNameHere(const QString &path) {
                                  "of them");
 }
 
+/// About the items of a plan that clients are known to refuse; there must be some.
+inline QString mayNotReachTheCloud(const PairPlan &plan) {
+    const std::int64_t count = plan.refusedByClients.count;
+    const bool one = count == 1;
+    const auto &first = plan.refusedByClients.first;
+    const auto more = count - static_cast<std::int64_t>(first.size());
+    QString list;
+    for (const QString &path : first)
+        list += (list.isEmpty() ? QStringLiteral("“") : QStringLiteral(", “")) + path + u'”';
+    if (more > 0)
+        list += QStringLiteral(" and ") + QString::number(more) + QStringLiteral(" more");
+    return QString::number(count) + (one ? QStringLiteral(" item has") : QStringLiteral(" items have")) +
+           QStringLiteral(" a name or a path that OneDrive clients refuse (") + list + QStringLiteral("). ") +
+           (one ? QStringLiteral("It was backed up here, but may not reach the cloud.")
+                : QStringLiteral("They were backed up here, but may not reach the cloud."));
+}
+
 inline QString originalMissing(const SyncJob &job) {
     return job.name + QStringLiteral(": the folder is missing on the drive (") + Text::fromPath(job.original) + u')';
 }
 
 inline QString backupUnavailable(const SyncJob &job) {
     return job.name + QStringLiteral(": the backup folder isn't available (") + Locations::tildePath(job.backup) + u')';
+}
+
+inline QString notMounted(const SyncJob &job) {
+    return job.name + QStringLiteral(": ") + Locations::notMounted(*job.mountPoint);
 }
 
 } // namespace PlanText

@@ -33,8 +33,11 @@ Planner::Planner(const SyncRules &syncRules, const CancelToken &cancelToken, std
 
 Planner::~Planner() = default;
 
-PairPlan Planner::build(const FolderAnchor &original, const FolderAnchor &backup) {
+PairPlan Planner::build(const FolderAnchor &original, const FolderAnchor &backup, const QString &placeInOneDrive) {
     plan = PairPlan(original.path(), backup.path());
+    for (const QString &name : placeInOneDrive.split(u'/', Qt::SkipEmptyParts))
+        noteIfRefused(Text::toBytes(name));
+    place = placeInOneDrive;
     originalTop = &original;
     backupTop = &backup;
     if (!backup.isOpen())
@@ -89,6 +92,8 @@ void Planner::decideEntry(Level &level, std::uint32_t number) {
     }
     const std::uint32_t first = level.backupNames.first(folded);
     const std::optional<Entry> match = bestMatch(level, entry, first);
+    if (match || first == FoldedIndex::none)
+        noteIfRefused(entry.name);
     if (match && entry.isDir)
         descend(entry, match->name, true);
     else if (match)
@@ -129,6 +134,25 @@ bool Planner::skip(const Entry &entry) {
     skipped.name = plan.store(entry.name);
     plan.skipped.push_back(std::move(skipped));
     return true;
+}
+
+/// An item that is or comes to stand in the backup.
+void Planner::noteIfRefused(std::string_view name) {
+    constexpr std::size_t named = 3;
+    if (!OneDriveNames::isRefusedByClients(name) && !isTooLong(name))
+        return;
+    ++plan.refusedByClients.count;
+    if (plan.refusedByClients.first.size() < named)
+        plan.refusedByClients.first.push_back(Text::fromBytes(joined(originalRel, name)));
+}
+
+bool Planner::isTooLong(std::string_view name) const {
+    // No text has more UTF-16 units than bytes, so most paths need no second look.
+    const auto bytes = static_cast<qsizetype>(backupRel.size() + name.size()) + place.size() + 2;
+    if (bytes <= OneDriveNames::longestPath)
+        return false;
+    const qsizetype below = Text::fromBytes(joined(backupRel, name)).size();
+    return place.size() + (place.isEmpty() ? 0 : 1) + below > OneDriveNames::longestPath;
 }
 
 void Planner::compare(const Entry &entry, const Entry &match) {

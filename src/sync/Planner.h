@@ -21,7 +21,8 @@ class Planner {
     /// The plan for the pair. `backup` is not open when the backup folder doesn't exist; the plan then
     /// creates it. Never fails: what can't be read becomes one of the plan's problems and is left out with
     /// everything below it. After a cancel the plan is partial and must not be carried out.
-    PairPlan build(const FolderAnchor &original, const FolderAnchor &backup);
+    /// `placeInOneDrive` is the backup folder's path below the OneDrive folder, as far as it is known.
+    PairPlan build(const FolderAnchor &original, const FolderAnchor &backup, const QString &placeInOneDrive = {});
 
   private:
     struct Level;
@@ -33,6 +34,8 @@ class Planner {
     void decideEntry(Level &level, std::uint32_t number);
     static std::optional<Entry> bestMatch(const Level &level, const Entry &entry, std::uint32_t firstCandidate);
     bool skip(const Entry &entry);
+    void noteIfRefused(std::string_view name);
+    bool isTooLong(std::string_view name) const;
     void compare(const Entry &entry, const Entry &match);
     void addNew(const Entry &entry);
     void addCopy(const Entry &entry, std::string_view targetName, const FileVersion *replaces);
@@ -49,6 +52,7 @@ class Planner {
     std::function<void()> onFile;
     PairPlan plan;
 
+    QString place; // of the backup folder below the OneDrive folder
     const FolderAnchor *originalTop = nullptr;
     const FolderAnchor *backupTop = nullptr;
     // The walk keeps its own stack, so that memory alone limits the depth, and opens every folder from the

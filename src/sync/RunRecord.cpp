@@ -1,6 +1,8 @@
 #include "sync/RunRecord.h"
 
+#include "base/Fmt.h"
 #include "base/Text.h"
+#include "sync/PlanText.h"
 
 #include <set>
 
@@ -66,6 +68,17 @@ void addPlan(SyncRun &run, const SyncJob &job, const PairPlan &plan) {
     for (const QString &line : plan.problems)
         run.errors.push_back(job.name + QStringLiteral(": ") + line);
     addSkipped(run, job, plan);
+    if (plan.refusedByClients.count > 0)
+        run.notes.push_back(job.name + QStringLiteral(": ") + PlanText::mayNotReachTheCloud(plan));
+}
+
+void addLostDates(SyncRun &run, const SyncJob &job, std::int64_t count) {
+    const bool one = count == 1;
+    run.notes.push_back(job.name + QStringLiteral(": the backup's disk didn't keep the date of ") +
+                        Fmt::counted(count, QStringLiteral("copied file")) + QStringLiteral(". ") +
+                        (one ? QStringLiteral("It counts as newer there, so later changes to it will be left alone.")
+                             : QStringLiteral("They count as newer there, so later changes to them will be left "
+                                              "alone.")));
 }
 
 void addChange(SyncRun &run, const SyncJob &job, const PairPlan &plan, const PlannedCopy &copy, ChangeKind kind) {

@@ -14,6 +14,9 @@ inline constexpr std::size_t maximumChanges = 2000;
 /// with their notes.
 void addPlan(SyncRun &run, const SyncJob &job, const PairPlan &plan);
 
+/// Adds the note that the backup's file system didn't keep the dates of `count` copies.
+void addLostDates(SyncRun &run, const SyncJob &job, std::int64_t count);
+
 /// Adds one copy made.
 void addChange(SyncRun &run, const SyncJob &job, const PairPlan &plan, const PlannedCopy &copy, ChangeKind kind);
 

@@ -4,7 +4,6 @@
 #include "store/Locations.h"
 #include "sync/Leftovers.h"
 #include "sync/PairExecution.h"
-#include "sync/PlanText.h"
 #include "sync/PlannedJob.h"
 #include "sync/Planner.h"
 #include "sync/SpaceCheck.h"
@@ -29,8 +28,11 @@ std::vector<fs::path> volumesOf(const std::vector<SyncJob> &jobs) {
 
 std::vector<fs::path> oneDriveTrees(const std::vector<SyncJob> &jobs) {
     std::vector<fs::path> trees = Locations::oneDriveRoots();
-    for (const SyncJob &job : jobs)
+    for (const SyncJob &job : jobs) {
         trees.push_back(job.backup);
+        if (job.oneDrive)
+            trees.push_back(*job.oneDrive);
+    }
     return trees;
 }
 
@@ -61,6 +63,7 @@ SyncRun SyncRunner::perform() {
     if (run.fatal)
         return std::move(run);
 
+    trees = oneDriveTrees(jobs);
     clearLeftovers();
     startCopying();
     executeAll();
@@ -87,21 +90,13 @@ void SyncRunner::planAll() {
 
 void SyncRunner::plan(const SyncJob &job) {
     PlannedJob entry;
-    entry.job = &job;
-    entry.original = FolderAnchor::openIfFolder(job.original);
-    if (!entry.original.isOpen())
-        return turnAway(job, PlanText::originalMissing(job), QStringLiteral("Folder not found on the drive"));
-    entry.backup = FolderAnchor::openIfFolder(job.backup);
-    if (!entry.backup.isOpen()) {
-        entry.backupParent = FolderAnchor::openIfFolder(job.backup.parent_path());
-        if (!entry.backupParent.isOpen())
-            return turnAway(job, PlanText::backupUnavailable(job), QStringLiteral("Backup folder not available"));
-    }
+    if (const std::optional<JobRefusal> refusal = entry.open(job))
+        return turnAway(job, refusal->line, refusal->note);
     Planner planner(job.rules, token, [this] {
         ++reporter.progress.scanned;
         reporter.emitThrottled();
     });
-    entry.plan = planner.build(entry.original, entry.backup);
+    entry.plan = planner.build(entry.original, entry.backup, job.placeInOneDrive());
     planned.push_back(std::move(entry));
 }
 
@@ -111,7 +106,12 @@ void SyncRunner::turnAway(const SyncJob &job, const QString &line, const std::op
 }
 
 void SyncRunner::clearLeftovers() {
-    TempArea::purgeStale(volumesOf(jobs));
+    std::vector<fs::path> tops = volumesOf(jobs);
+    for (const SyncJob &job : jobs) {
+        if (const std::optional<fs::path> parent = TempArea::parentOfTree(job.backup, trees))
+            tops.push_back(*parent);
+    }
+    TempArea::purgeStale(tops);
     for (const PlannedJob &job : planned) {
         for (const PlannedLeftover &leftover : job.plan.staleTemps) {
             if (!Leftovers::isOldVersion(leftover))
@@ -132,7 +132,7 @@ void SyncRunner::startCopying() {
 }
 
 void SyncRunner::executeAll() {
-    TempArea temp(oneDriveTrees(jobs));
+    TempArea temp(trees);
     const auto releaseOriginals = [this] {
         for (PlannedJob &job : planned)
             job.original.close();

@@ -37,4 +37,5 @@ class SyncRunner {
     ProgressReporter reporter;
     SyncRun run;
     std::vector<PlannedJob> planned;
+    std::vector<std::filesystem::path> trees; // nothing temporary is placed inside these
 };

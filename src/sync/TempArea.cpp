@@ -48,9 +48,9 @@ std::string userFolderName() {
     return "folders." + std::to_string(::getuid());
 }
 
-/// The folder on an external drive in which every user has one of his own.
+/// Below the top of a drive: a folder for everyone, in it one of this user's own.
 FileDescriptor makeDrivePlace(const fs::path &top) {
-    const FileDescriptor drive(::open(top.c_str(), folderFlags));
+    const FileDescriptor drive(::open(top.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!drive)
         return {};
     constexpr mode_t forEveryone = 01777;
@@ -75,7 +75,8 @@ fs::path userPlace() {
 FileDescriptor makeUserPlace() {
     std::error_code error;
     fs::create_directories(Locations::cacheFolder(), error);
-    const FileDescriptor cache(::open(Locations::cacheFolder().c_str(), folderFlags));
+    // The cache folder itself may be a link of the user's, to a larger disk say.
+    const FileDescriptor cache(::open(Locations::cacheFolder().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     return cache ? makeOwn(cache.get(), "TemporaryItems") : FileDescriptor();
 }
 
@@ -105,7 +106,7 @@ FileDescriptor makeLocked(int place, std::string &name) {
 }
 
 /// Gives the volume a temporary folder in `place`, if that is open and on the same mount.
-void makeArea(TempVolume &volume, std::uint64_t mountId, const fs::path &path, const FileDescriptor &place) {
+void makeAreaIn(TempVolume &volume, std::uint64_t mountId, const fs::path &path, const FileDescriptor &place) {
     const std::optional<FileFacts> facts = place ? lookAtOpen(place.get()) : std::nullopt;
     if (!facts || facts->mountId != mountId)
         return;
@@ -179,6 +180,7 @@ std::string uniquePart() {
 } // namespace
 
 TempArea::TempArea(std::vector<Path> oneDriveTrees) : trees(std::move(oneDriveTrees)) {
+    std::transform(trees.begin(), trees.end(), trees.begin(), &Locations::resolved);
 }
 
 TempArea::~TempArea() {
@@ -197,7 +199,7 @@ bool TempArea::isAsideName(std::string_view name) {
     return name.starts_with(asidePrefix);
 }
 
-TempVolume &TempArea::volumeOf(int targetFolder) {
+TempVolume &TempArea::volumeOf(int targetFolder, const Path &path) {
     const std::optional<FileFacts> facts = lookAtOpen(targetFolder);
     if (!facts)
         throw std::system_error(errno, std::generic_category(), "statx");
@@ -209,19 +211,58 @@ TempVolume &TempArea::volumeOf(int targetFolder) {
     volume.device = facts->device;
     const MountTable table = MountTable::read();
     const MountEntry *mount = table.withId(static_cast<int>(facts->mountId));
-    if (mount && Locations::volumeInfo(mount->mountPoint) && isOutsideOneDrive(drivePlace(mount->mountPoint)))
-        makeArea(volume, facts->mountId, drivePlace(mount->mountPoint), makeDrivePlace(mount->mountPoint));
-    if (!volume.area && isOutsideOneDrive(userPlace()))
-        makeArea(volume, facts->mountId, userPlace(), makeUserPlace());
+    if (mount && isFuse(mount->type))
+        volume.mover = Mover(Mover::On::Fuse);
+    makeArea(volume, mount, facts->mountId, path);
 
     // Not the temporary folder: errors of the flush are told to whoever held the volume open before they happened.
-    volume.anywhere.reset(::openat(targetFolder, ".", folderFlags));
+    volume.anywhere.reset(::fcntl(targetFolder, F_DUPFD_CLOEXEC, 0));
     volume.durability = Durability::methodFor(targetFolder);
     return volume;
 }
 
+void TempArea::makeArea(TempVolume &volume, const MountEntry *mount, std::uint64_t mountId, const Path &target) const {
+    const bool isOnDrive = mount && Locations::volumeInfo(mount->mountPoint);
+    const auto tryTop = [&](const Path &top) {
+        if (!volume.area && isOutsideOneDrive(drivePlace(top)))
+            makeAreaIn(volume, mountId, drivePlace(top), makeDrivePlace(top));
+    };
+    if (isOnDrive)
+        tryTop(mount->mountPoint);
+    if (!volume.area && isOutsideOneDrive(userPlace()))
+        makeAreaIn(volume, mountId, userPlace(), makeUserPlace());
+    if (!isOnDrive && mount) {
+        for (const Path &top : topsFor(*mount, target))
+            tryTop(top);
+    }
+}
+
+/// Where a mount that is no drive may hold a temporary folder.
+std::vector<TempArea::Path> TempArea::topsFor(const MountEntry &mount, const Path &target) const {
+    // On a client's mount everything is uploaded, whatever part of it is chosen as OneDrive.
+    if (isFuse(mount.type) && mount.type != "fuseblk")
+        return {};
+    std::vector<Path> tops = {mount.mountPoint};
+    if (const std::optional<Path> parent = parentOfTree(target, trees))
+        tops.push_back(*parent);
+    return tops;
+}
+
+std::optional<TempArea::Path> TempArea::parentOfTree(const Path &target, const std::vector<Path> &oneDriveTrees) {
+    const Path inside = Locations::resolved(target);
+    std::optional<Path> outermost;
+    for (const Path &tree : oneDriveTrees) {
+        const Path top = Locations::resolved(tree);
+        const bool isOuter = !outermost || top.native().size() < outermost->native().size();
+        if (isOuter && Paths::isWithin(inside, top))
+            outermost = top;
+    }
+    return outermost ? std::optional(outermost->parent_path()) : std::nullopt;
+}
+
 bool TempArea::isOutsideOneDrive(const Path &path) const {
-    return std::none_of(trees.begin(), trees.end(), [&](const Path &tree) { return Paths::isWithin(path, tree); });
+    const Path place = Locations::resolved(path);
+    return std::none_of(trees.begin(), trees.end(), [&](const Path &tree) { return Paths::isWithin(place, tree); });
 }
 
 void TempArea::cleanup() {

@@ -9,8 +9,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
+
+struct MountEntry;
 
 /// Where the temporary copies of one volume are written, and what is known of the volume.
 struct TempVolume {
@@ -48,16 +51,21 @@ class TempArea {
     TempArea &operator=(const TempArea &) = delete;
     ~TempArea();
 
-    /// The volume that holds an open folder, with its temporary folder. Where none can be made, copies go beside their
-    /// targets. Stays valid until cleanup(). Fails with std::system_error only when the open folder can't be looked at.
-    TempVolume &volumeOf(int targetFolder);
+    /// The volume that holds the open folder `targetFolder`, whose place is `path`, with its temporary folder. Where
+    /// none can be made, copies go beside their targets. Stays valid until cleanup(). Fails with std::system_error only
+    /// when the open folder can't be looked at.
+    TempVolume &volumeOf(int targetFolder, const Path &path);
 
     /// Removes the temporary folders with whatever is in them; failures are ignored.
     void cleanup();
 
-    /// Removes what earlier runs left in the temporary places of this user and of `volumes` (top folders): only names
-    /// of this program, and nothing that another process has locked. Failures are ignored.
+    /// Removes what earlier runs left in the temporary places of this user and of `volumes` (top folders, of drives or
+    /// as parentOfTree() gives them): only names of this program, and nothing that another process has locked. Failures
+    /// are ignored.
     static void purgeStale(const std::vector<Path> &volumes);
+
+    /// The folder that holds the outermost of the OneDrive folders around `target`; none when there is no such one.
+    static std::optional<Path> parentOfTree(const Path &target, const std::vector<Path> &oneDriveTrees);
 
     /// A new name for a temporary copy, and for a file moved aside; the lister knows both.
     static std::string temporaryName();
@@ -65,8 +73,10 @@ class TempArea {
     static bool isAsideName(std::string_view name);
 
   private:
+    std::vector<Path> topsFor(const MountEntry &mount, const Path &target) const;
+    void makeArea(TempVolume &volume, const MountEntry *mount, std::uint64_t mountId, const Path &target) const;
     bool isOutsideOneDrive(const Path &path) const;
 
-    std::vector<Path> trees;
+    std::vector<Path> trees;                     // links resolved
     std::map<std::uint64_t, TempVolume> volumes; // by mount id
 };

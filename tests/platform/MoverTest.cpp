@@ -16,6 +16,7 @@ namespace {
 /// What the file system of the test can't do.
 struct Row {
     const char *situation;
+    Mover::On on;
     int exclusiveRename; ///< errno of renameat2(), 0 when it works
     int link;            ///< errno of linkat(), 0 when it works
     int failure;         ///< errno that a move fails with, 0 when another way is found
@@ -31,7 +32,7 @@ TEST_P(MoverOn, MovesInWithoutEverReplacing) {
     auto expected = tree.snapshot();
     if (GetParam().failure == 0)
         expected["a"] = expected.extract("new").mapped();
-    Mover mover;
+    Mover mover(GetParam().on);
     const auto moveIn = [&](const char *from, const char *to) {
         return mover.moveIn({AT_FDCWD, (tree / from).c_str()}, {AT_FDCWD, (tree / to).c_str()});
     };
@@ -52,9 +53,12 @@ TEST_P(MoverOn, MovesInWithoutEverReplacing) {
 
 /// Only what means "this file system doesn't know the call" may lead to another way.
 INSTANTIATE_TEST_SUITE_P(FileSystems, MoverOn,
-                         testing::Values(Row{"WithEverything", 0, 0, 0}, Row{"WithAnOldKernel", ENOSYS, 0, 0},
-                                         Row{"WithoutLinksAsOnFat", EINVAL, EPERM, 0}, Row{"DeadAtRename", EIO, 0, EIO},
-                                         Row{"FullAtLink", EINVAL, ENOSPC, ENOSPC}),
+                         testing::Values(Row{"WithEverything", Mover::On::Disk, 0, 0, 0},
+                                         Row{"WithAnOldKernel", Mover::On::Disk, ENOSYS, 0, 0},
+                                         Row{"WithoutLinksAsOnFat", Mover::On::Disk, EINVAL, EPERM, 0},
+                                         Row{"DeadAtRename", Mover::On::Disk, EIO, 0, EIO},
+                                         Row{"FullAtLink", Mover::On::Disk, EINVAL, ENOSPC, ENOSPC},
+                                         Row{"OfAClientThatAnswersAnything", Mover::On::Fuse, EIO, EACCES, 0}),
                          [](const auto &row) { return std::string(row.param.situation); });
 
 } // namespace

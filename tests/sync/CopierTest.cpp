@@ -40,7 +40,7 @@ class CopyBox : public Sandbox {
         dir("from");
         auto opened = std::make_shared<TargetFolder>();
         opened->folder = FileDescriptor(::open((top() / "OneDrive").c_str(), O_RDONLY | O_CLOEXEC));
-        opened->volume = &area.volumeOf(opened->folder.get());
+        opened->volume = &area.volumeOf(opened->folder.get(), top() / "OneDrive");
         EXPECT_FALSE(opened->volume->isBeside());
         opened->volume->refusesRename = where == Where::Beside;
         target = opened;

@@ -6,6 +6,7 @@
 #include <deque>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <thread>
 
 #include <fcntl.h>
 
@@ -76,7 +77,7 @@ class PipelineTest : public testing::Test {
         if (number == failsToPublish)
             made.publishFailure = std::make_exception_ptr(std::runtime_error("failed"));
         else
-            made.outcome = Published::Added;
+            made.outcome = PublishedCopy{Published::Added};
     }
 
     CopyPipeline::Next settle(CopyInProgress &made, int flushError) {
@@ -116,6 +117,22 @@ TEST_F(PipelineTest, AfterAFailureNothingIsPublishedBeforeItWasJudged) {
     EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::GoOn);
     EXPECT_EQ(events, (Lines{"publish 0", "publish 1", "settle 0 done", "settle 1 failed", "publish 2", "settle 2 done",
                              "publish 3", "settle 3 done"}));
+}
+
+TEST_F(PipelineTest, WhatIsFlushedFileByFileIsPublishedAtOnce) {
+    volume.durability = Durability::Method::EachFile;
+    CopyPipeline pipeline = make();
+    pipeline.add(item());
+    const auto published = [this] {
+        const std::scoped_lock held(lock);
+        return only("publish ");
+    };
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (published().empty() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    EXPECT_EQ(published(), Lines{"0"}) << "although nothing was drained";
+    EXPECT_EQ(pipeline.drain(), CopyPipeline::Next::GoOn);
+    EXPECT_EQ(only("settle "), Lines{"0 done"});
 }
 
 TEST_F(PipelineTest, AStopDropsAllThatWaits) {

@@ -73,9 +73,10 @@ TEST(SyncRunner, RemovesLeftoversButNothingOfTheUsers) {
     for (const std::string mine : {".hidden", ".tw-notes", "x.twtmp", "tw-a.twtmp", ".tw-folder.twtmp/file"})
         box.file("OneDrive/A/" + mine);
     box.file("OneDrive/A/.tw-busy.twtmp");
-    box.link("OneDrive/A/.tw-link.twtmp", ".hidden");
     box.file("A/.tw-own.twtmp");
     auto expected = box.snapshot("OneDrive/A");
+    box.link("OneDrive/A/.tw-link.twtmp", ".hidden");
+    box.link("OneDrive/A/sub/.tw-old-link.twtmp", "../.hidden");
     expected.erase("sub/.tw-1A2B3C4D-5E6.twtmp");
     expected.erase(".tw-old-1A2B3C4D-5E6.twtmp");
     expected["sub/file"] = box.snapshot("A").at("sub/file");

@@ -175,7 +175,11 @@ TEST(SyncRunner, CopiesAPathThatIsTooLongForOneCall) {
     }
     const std::vector<SyncJob> jobs = {box.job("A")};
     EXPECT_EQ(told(run(jobs)).front(), "copied 1, 7, folders 402");
-    EXPECT_EQ(told(run(jobs)), (Lines{"copied 0, 0, up to date 1", "pair A: 0, 0, 0"}));
+    const Lines again = told(run(jobs));
+    EXPECT_EQ(again.front(), "copied 0, 0, up to date 1");
+    EXPECT_TRUE(again.at(1).starts_with("note: A: 383 items have a name or a path that OneDrive clients refuse (“d/d"))
+        << again.at(1).substr(0, 100);
+    EXPECT_EQ(again.back(), "pair A: 0, 0, 0");
 }
 
 } // namespace

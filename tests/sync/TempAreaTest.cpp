@@ -30,7 +30,7 @@ mode_t modeOf(const fs::path &path) {
 fs::path placeFor(const fs::path &target, const std::vector<fs::path> &trees = {}) {
     TempArea area(trees);
     const FileDescriptor folder = opened(target);
-    const TempVolume &volume = area.volumeOf(folder.get());
+    const TempVolume &volume = area.volumeOf(folder.get(), target);
     if (volume.isBeside())
         return {};
     EXPECT_TRUE(volume.path.filename().native().starts_with("NSIRD_TarnwickBasic_")) << volume.path;
@@ -44,8 +44,8 @@ fs::path placeFor(const fs::path &target, const std::vector<fs::path> &trees = {
 TEST(TempPlace, GoesWithWhateverIsInIt) {
     Sandbox box;
     TempArea area({});
-    TempVolume &volume = area.volumeOf(opened(box / "OneDrive").get());
-    EXPECT_EQ(&area.volumeOf(opened(box.top()).get()), &volume);
+    TempVolume &volume = area.volumeOf(opened(box / "OneDrive").get(), box / "OneDrive");
+    EXPECT_EQ(&area.volumeOf(opened(box.top()).get(), box.top()), &volume);
     for (int half = 0; half < 2; ++half, volume.turn()) {
         const FileDescriptor file(::openat(volume.folderToFill(), ".tw-x.twtmp", O_CREAT | O_WRONLY, 0600));
         ASSERT_TRUE(file);
@@ -55,48 +55,80 @@ TEST(TempPlace, GoesWithWhateverIsInIt) {
     EXPECT_EQ(box.leftovers(), Lines());
 }
 
-struct Refusal {
+/// A second disk that is no drive, with the OneDrive folder "ann/OneDrive" on it.
+struct Place {
     std::string name;
-    /// Prepares the cache folder and gives the OneDrive trees.
-    std::function<std::vector<fs::path>(Sandbox &)> prepare;
-    bool isBeside = true;
+    /// Prepares the disk and the cache folder, and gives the OneDrive trees besides "ann/OneDrive/Photos", the target.
+    std::function<std::vector<fs::path>(Sandbox &box, TestTree &disk)> prepare;
+    std::string expected; ///< on the disk; "" for beside the target
 };
 
-class TempPlaceTest : public testing::TestWithParam<Refusal> {};
+class TempPlaceTest : public testing::TestWithParam<Place> {};
 
-TEST_P(TempPlaceTest, IsUsedOrNot) {
+TEST_P(TempPlaceTest, IsTheFirstThatFits) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
     Sandbox box;
-    const std::vector<fs::path> trees = GetParam().prepare(box);
-    box.dir("elsewhere");
-    EXPECT_EQ(placeFor(box / "OneDrive", trees), GetParam().isBeside ? fs::path() : box / "cache/TemporaryItems");
-    EXPECT_TRUE(fs::is_empty(box / "elsewhere"));
-    EXPECT_TRUE(fs::is_empty(box / "OneDrive"));
-    EXPECT_EQ(box.leftovers(), Lines());
+    const LoopMount mount({.type = LoopMount::Type::Tmpfs, .below = fs::temp_directory_path()});
+    TestTree disk(mount.top());
+    disk.dir("ann/OneDrive/Photos");
+    disk.dir("elsewhere");
+    std::vector<fs::path> trees = GetParam().prepare(box, disk);
+    trees.push_back(disk / "ann/OneDrive/Photos");
+    const fs::path place = placeFor(disk / "ann/OneDrive/Photos", trees);
+    const fs::path expected = GetParam().expected.empty() ? fs::path() : disk / GetParam().expected;
+    EXPECT_EQ(place.empty() ? place : fs::canonical(place), expected);
+    EXPECT_TRUE(fs::is_empty(disk / "elsewhere"));
+    EXPECT_TRUE(fs::is_empty(disk / "ann/OneDrive/Photos"));
+    EXPECT_EQ(Sandbox::leftoversIn(disk.top()), Lines());
 }
 
-INSTANTIATE_TEST_SUITE_P(CacheFolder, TempPlaceTest,
-                         testing::Values(Refusal{"IsFree",
-                                                 [](Sandbox &box) {
-                                                     return std::vector{box / "cac", box / "OneDrive"};
-                                                 },
-                                                 false},
-                                         Refusal{"InsideAOneDriveTree",
-                                                 [](Sandbox &box) { return std::vector{box.top()}; }},
-                                         Refusal{"ItselfAOneDriveTree",
-                                                 [](Sandbox &box) {
-                                                     return std::vector{box / "other", box / "cache"};
-                                                 }},
-                                         Refusal{"WithALinkInPlaceOfTemporaryItems",
-                                                 [](Sandbox &box) {
-                                                     box.link("cache/TemporaryItems", "../elsewhere");
-                                                     return std::vector<fs::path>();
-                                                 }},
-                                         Refusal{"IsAFile",
-                                                 [](Sandbox &box) {
-                                                     box.file("cache");
-                                                     return std::vector<fs::path>();
-                                                 }}),
-                         [](const auto &row) { return row.param.name; });
+const std::string ofUser = ".TemporaryItems/folders." + std::to_string(::getuid()) + "/TemporaryItems";
+
+INSTANTIATE_TEST_SUITE_P(
+    SecondDisk, TempPlaceTest,
+    testing::Values(
+        Place{"ACacheFolderThatLeadsThere",
+              [](Sandbox &box, TestTree &disk) {
+                  disk.dir("cache");
+                  box.link("cache", disk / "cache");
+                  return std::vector{box / "cac", disk / "ann/OneDrive", disk / "cach"};
+              },
+              "cache/TemporaryItems"},
+        Place{"TheTopWithACacheFolderInsideATree",
+              [](Sandbox &box, TestTree &disk) {
+                  disk.dir("ann/OneDrive/cache");
+                  box.link("cache", disk / "ann/OneDrive/cache");
+                  return std::vector{disk / "ann/OneDrive"};
+              },
+              ofUser},
+        Place{"TheTopWithALinkForTemporaryItemsInTheCacheFolder",
+              [](Sandbox &box, TestTree &disk) {
+                  disk.link("cache/TemporaryItems", disk / "elsewhere");
+                  box.link("cache", disk / "cache");
+                  return std::vector{disk / "ann/OneDrive"};
+              },
+              ofUser},
+        Place{"TheParentOfTheOutermostTree",
+              [](Sandbox &box, TestTree &disk) {
+                  disk.link(".TemporaryItems", "elsewhere");
+                  box.file("cache");
+                  return std::vector{disk / "ann/OneDrive/Photos/in", disk / "ann/OneDrive", disk / "ann/One"};
+              },
+              "ann/" + ofUser},
+        Place{"NoneWhereEveryPlaceIsTaken",
+              [](Sandbox &, TestTree &disk) {
+                  disk.file(".TemporaryItems");
+                  disk.link("ann/.TemporaryItems", "../elsewhere");
+                  return std::vector{disk / "ann/OneDrive"};
+              },
+              ""},
+        Place{"NoneWhereTheWholeDiskIsATree",
+              [](Sandbox &, TestTree &disk) {
+                  return std::vector{disk / "ann/OneDrive", disk.top()};
+              },
+              ""}),
+    [](const auto &row) { return row.param.name; });
 
 TEST(TempPlace, OnADriveIsTheUsersOwnFolderInItsTemporaryItems) {
     if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
@@ -146,7 +178,7 @@ TEST(TempPurge, LeavesWhatIsLocked) {
     FileDescriptor file = opened(box / (place + "._NSIRD_TarnwickBasic_busy"));
     ASSERT_TRUE(Lock::tryLock(folder.get()) && Lock::tryLock(file.get()));
     TempArea area({});
-    const TempVolume &alive = area.volumeOf(opened(box / "OneDrive").get());
+    const TempVolume &alive = area.volumeOf(opened(box / "OneDrive").get(), box / "OneDrive");
     TempArea::purgeStale({});
     EXPECT_TRUE(fs::exists(box / (place + "NSIRD_TarnwickBasic_busy/x")));
     EXPECT_TRUE(fs::exists(box / (place + "._NSIRD_TarnwickBasic_busy")));

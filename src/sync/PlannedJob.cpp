@@ -1,0 +1,34 @@
+#include "sync/PlannedJob.h"
+
+#include "base/Paths.h"
+#include "platform/MountTable.h"
+#include "sync/PlanText.h"
+
+namespace {
+
+/// Judged by what was opened: between a look at a path and its use a mount may go.
+bool isOnMount(const FolderAnchor &anchor, const std::filesystem::path &mountPoint) {
+    const MountTable table = MountTable::read();
+    if (!anchor.isOpen())
+        return table.reachableAt(mountPoint);
+    const MountEntry *mount = table.withId(static_cast<int>(anchor.facts().mountId));
+    return mount && Paths::isWithin(mount->mountPoint, mountPoint);
+}
+
+} // namespace
+
+std::optional<JobRefusal> PlannedJob::open(const SyncJob &order) {
+    job = &order;
+    original = FolderAnchor::openIfFolder(order.original);
+    if (!original.isOpen())
+        return JobRefusal{PlanText::originalMissing(order), QStringLiteral("Folder not found on the drive")};
+    backup = FolderAnchor::openIfFolder(order.backup);
+    if (!backup.isOpen())
+        backupParent = FolderAnchor::openIfFolder(order.backup.parent_path());
+    const FolderAnchor &anchor = backup.isOpen() ? backup : backupParent;
+    if (order.mountPoint && !isOnMount(anchor, *order.mountPoint))
+        return JobRefusal{PlanText::notMounted(order), QStringLiteral("OneDrive isn't mounted")};
+    if (!anchor.isOpen())
+        return JobRefusal{PlanText::backupUnavailable(order), QStringLiteral("Backup folder not available")};
+    return std::nullopt;
+}
