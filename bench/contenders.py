@@ -7,12 +7,16 @@ import pathlib
 import signal
 import subprocess
 import sys
+import time
 import typing
 
 import trees
 
 OURS, RSYNC, CP, FLOOR = "tarnwick-basic", "rsync -a", "cp -a", "find (floor)"
+CP_TIMES = "cp -dR --preserve=timestamps"  # where cp -a fails, because the file system takes no access-control list
+FLUSHED = RSYNC, CP, CP_TIMES  # their time includes `sync -f`
 TROUBLES = "errors", "conflicts", "keptNewer", "skipped", "cancelled"
+UPLOAD_LIMIT = 300  # seconds
 STOPWATCH = pathlib.Path(__file__).with_name("stopwatch.py")
 
 
@@ -41,27 +45,30 @@ class Bench:
         self.program = program
         self.output = os.path.join(directory, "output")
         self.messages = os.path.join(directory, "messages")
-        home = os.path.join(directory, "home")
-        self.cache = os.path.join(home, ".cache")
-        os.makedirs(self.cache)
-        self.environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": home}
-        self.environment["XDG_CACHE_HOME"] = self.cache
+        self.home = os.path.join(directory, "home")  # of runs whose target has none of its own
 
-    def command(self, contender, source, target):
+    def command(self, contender, source, backup):
         return {
-            OURS: [self.program, "--backup", source, target, "--json"],
-            RSYNC: ["rsync", "-a", source + "/", target + "/"],
-            CP: ["cp", "-a", source + "/.", target + "/"],
-            FLOOR: ["find", source, target, "-printf", r"%p %s %T@\n"],
+            OURS: [self.program, "--backup", source, backup, "--json"],
+            RSYNC: ["rsync", "-a", source + "/", backup + "/"],
+            CP: ["cp", "-a", source + "/.", backup + "/"],
+            CP_TIMES: [*CP_TIMES.split(), source + "/.", backup + "/"],
+            FLOOR: ["find", source, backup, "-printf", r"%p %s %T@\n"],
         }[contender]
+
+    def environment(self, home):
+        cache = os.path.join(home, ".cache")
+        os.makedirs(cache, exist_ok=True)
+        return {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": home, "XDG_CACHE_HOME": cache}
 
     def run(self, contender, source, target, expected):
         """One timed run, its outcome checked."""
         output = os.devnull if contender == FLOOR else self.output
-        words = [sys.executable, "-I", "-S", str(STOPWATCH), output, target]
-        words += self.command(contender, source, target)
+        words = [sys.executable, "-I", "-S", str(STOPWATCH), output, target.backup]
+        words += self.command(contender, source, target.backup)
+        environment = self.environment(target.home or self.home)
         with open(self.messages, "w+", encoding="utf-8", errors="replace") as messages:
-            line = run_in_own_group(words, self.environment, messages)
+            line = run_in_own_group(words, environment, messages)
             messages.seek(0)
             complaint = messages.read()[-2000:].strip()
         try:
@@ -72,9 +79,11 @@ class Bench:
             raise RunFailed(f"{contender} failed (wait status {status}): {complaint or self.first_output()}")
         if contender == OURS:
             self.check_record(expected)
+        wait_for_uploads(target, expected)
+        check_target(contender, source, target.stored, expected)
+        if contender == OURS:
             self.check_leftovers(target)
-        check_target(contender, source, target, expected)
-        counted = float(elapsed) + (float(flush) if contender in (RSYNC, CP) else 0)
+        counted = float(elapsed) + (float(flush) if contender in FLUSHED else 0)
         return Run(counted, float(flush), float(cpu), int(peak) * 1024)
 
     def first_output(self):
@@ -96,18 +105,17 @@ class Bench:
             raise RunFailed(f"{OURS}: (copied, up to date) is {found}, not {due}")
 
     def check_leftovers(self, target):
-        """No temporary area is left, neither at the top of the target's volume nor in the user's cache."""
-        for place in (os.path.dirname(target), self.cache):
+        """Nothing temporary is left: not around the backup, whose names have been compared, nor in the home folder."""
+        for place in (target.searched, target.home or self.home):
             for folder, folders, files in os.walk(place):
-                if folder == os.path.dirname(target):
-                    folders.remove(os.path.basename(target))
-                left = [name for name in folders + files if "NSIRD_" in name]
+                folders[:] = [name for name in folders if os.path.join(folder, name) != target.stored]
+                left = [name for name in folders + files if "NSIRD_" in name or name.endswith(".twtmp")]
                 if left:
                     raise RunFailed(f"{OURS} left {os.path.join(folder, left[0])} behind")
 
     def version(self, contender):
         words = [self.command(contender, "", "")[0], "--version"]
-        result = subprocess.run(words, capture_output=True, text=True, env=self.environment)
+        result = subprocess.run(words, capture_output=True, text=True, env=self.environment(self.home))
         return (result.stdout.splitlines() or ["unknown"])[0]
 
 
@@ -123,11 +131,23 @@ def run_in_own_group(words, environment, messages):
         raise
 
 
-def check_target(contender, source, target, expected):
-    found = trees.read_facts(target)
+def wait_for_uploads(target, expected):
+    """Returns when the remote behind a mount holds what is expected, or has had time enough for it."""
+    deadline = time.monotonic() + UPLOAD_LIMIT
+    while target.stored != target.backup and time.monotonic() < deadline:
+        try:
+            if trees.read_facts(target.stored) == expected.tree:
+                return
+        except FileNotFoundError:
+            pass  # renamed or removed while we looked
+        time.sleep(0.1)
+
+
+def check_target(contender, source, stored, expected):
+    found = trees.read_facts(stored)
     if found != expected.tree:
         raise RunFailed(f"after {contender} the target is {found}, not {expected.tree}")
     for path in expected.sample:
-        if not filecmp.cmp(f"{source}/{path}", f"{target}/{path}", shallow=False):
+        if not filecmp.cmp(f"{source}/{path}", f"{stored}/{path}", shallow=False):
             raise RunFailed(f"after {contender} the contents of {path} differ")
     filecmp.clear_cache()  # it remembers answers by path, size and time, which the next run's target shares

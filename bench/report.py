@@ -52,7 +52,7 @@ def summarise(case, files, size, runs):
     if case.memory_limit:
         checks.append(check("peakBytes", ours["peakBytes"], case.memory_limit))
     ratios = {peer: ours["median"] / figures["median"] for peer, figures in programs.items() if peer != OURS}
-    totals = {"case": case.name, "files": files, "bytes": size}
+    totals = {"case": case.name, "place": case.place.name, "files": files, "bytes": size}
     return totals | {"programs": programs, "ratios": ratios, "targets": checks}
 
 
@@ -105,7 +105,8 @@ def remarks(results, facts, scale, runs):
         flush = result["programs"][OURS]["flush"]
         yield (
             f"{result['case']}: {result['bytes'] / 1e6:,.1f} MB, number of files {result['files']:,}; "
-            f"{runs} runs of each, in turn; after ours `sync -f` took {flush:.3f} s (not counted)."
+            f"{runs} runs of each, in turn; after ours `sync -f` took {flush:.3f} s (not counted). "
+            f"The backup is on {result['place']}."
         )
     yield NOTES
     machine = "{processor}, {cores} cores, {memory} of memory, {kernel}; {date}."

@@ -28,6 +28,7 @@ class Volume(typing.NamedTuple):
 
     top: str
     image: str | None
+    guests: list  # what has to end() before the file system can go; they take being told twice
 
     def folder(self, name):
         path = os.path.join(self.top, name)
@@ -43,14 +44,12 @@ class Volumes:
         self._volumes = []
         self._count = 0
         self.directory = None  # on the main disk: the images and whatever else a run has to store
-        self._mounts = None
+        self._mounts = {}  # for each folder below which volumes are mounted our own folder there
         self.obstacle = None  # why nothing can be mounted, or None
 
     def __enter__(self):
         self.directory = tempfile.mkdtemp(prefix="tarnwick-bench-", dir=self._base)
         try:
-            self._mounts = tempfile.mkdtemp(prefix="tarnwick-bench-", dir="/mnt")
-            os.chmod(self._mounts, 0o755)
             self.discard(self.fresh(0, 0))
         except (OSError, VolumeError) as error:
             self.obstacle = str(error)
@@ -67,13 +66,13 @@ class Volumes:
                 self.discard(volume)
             except (OSError, VolumeError) as error:
                 print(f"could not be removed: {error}", file=sys.stderr)
-        if self._mounts:
-            os.rmdir(self._mounts)
+        for folder in self._mounts.values():
+            os.rmdir(folder)
         shutil.rmtree(self.directory)
 
-    def fresh(self, data_bytes, files):
-        """An empty volume with ample room for so many files; `data_bytes` counts whole blocks."""
-        volume = self._new_volume()
+    def fresh(self, data_bytes, files, base="/mnt"):
+        """An empty volume below `base` with ample room for so many files; `data_bytes` counts whole blocks."""
+        volume = self._new_volume(base)
         if volume.image is None:
             return volume
         with open(volume.image, "wb") as image:
@@ -102,6 +101,8 @@ class Volumes:
             command("umount", volume.top)
 
     def discard(self, volume):
+        for guest in volume.guests:
+            guest.end()
         if volume.image is None:
             shutil.rmtree(volume.top, ignore_errors=True)
         else:
@@ -113,16 +114,23 @@ class Volumes:
                 os.unlink(volume.image)
         self._volumes.remove(volume)
 
-    def _new_volume(self):
+    def _new_volume(self, base="/mnt"):
         self._count += 1
         name = f"volume-{self._count}"
         if self.obstacle:
-            volume = Volume(os.path.join(self.directory, name), None)
+            volume = Volume(os.path.join(self.directory, name), None, [])
         else:
-            volume = Volume(os.path.join(self._mounts, name), os.path.join(self.directory, name + ".img"))
+            image = os.path.join(self.directory, name + ".img")
+            volume = Volume(os.path.join(self._own_folder(base), name), image, [])
         self._volumes.append(volume)
         os.mkdir(volume.top)
         return volume
+
+    def _own_folder(self, base):
+        if base not in self._mounts:
+            self._mounts[base] = tempfile.mkdtemp(prefix="tarnwick-bench-", dir=base)
+            os.chmod(self._mounts[base], 0o755)
+        return self._mounts[base]
 
     def _mount(self, volume):
         command("mount", "-t", "ext4", "-o", MOUNT_OPTIONS, volume.image, volume.top)
