@@ -8,6 +8,8 @@
 #include "base/Paths.h"
 #include "base/Text.h"
 #include "store/Locations.h"
+#include "store/Store.h"
+#include "sync/OneDriveNames.h"
 #include "sync/PairPlanJson.h"
 #include "sync/PlannedJob.h"
 #include "sync/Planner.h"
@@ -53,12 +55,36 @@ bool overlap(const fs::path &original, const fs::path &backup) {
            Paths::overlap(Locations::resolved(original), Locations::resolved(backup));
 }
 
+/// The OneDrive folder that holds `backup`, the outermost first; none when it lies in no known one.
+std::optional<fs::path> oneDriveAround(const fs::path &backup, const AppConfig &settings) {
+    std::vector<fs::path> roots = Locations::oneDriveRoots();
+    const auto chosen = settings.oneDriveRootPath ? Locations::storedPath(*settings.oneDriveRootPath) : std::nullopt;
+    if (chosen)
+        roots.push_back(*chosen);
+    std::erase_if(roots, [&](const fs::path &root) {
+        return !Paths::isWithin(Locations::resolved(backup), Locations::resolved(root));
+    });
+    const auto outermost = std::min_element(roots.begin(), roots.end(), [](const fs::path &a, const fs::path &b) {
+        return a.native().size() < b.native().size();
+    });
+    return outermost == roots.end() ? std::nullopt : std::optional(*outermost);
+}
+
+/// The mount point that the settings remember, if the backup belongs below it.
+std::optional<fs::path> mountPointAround(const fs::path &backup, const AppConfig &settings) {
+    const auto kept = settings.oneDriveMountPoint ? Locations::storedPath(*settings.oneDriveMountPoint) : std::nullopt;
+    return kept && Paths::isWithin(Locations::resolved(backup), *kept) ? kept : std::nullopt;
+}
+
 SyncJob jobFor(const fs::path &original, const fs::path &backup) {
     SyncJob job;
     job.pairID = QUuid::createUuid();
     job.name = Text::fromBytes(Paths::lastComponent(original));
     job.original = original;
     job.backup = backup;
+    const AppConfig settings = Store::peekConfig();
+    job.oneDrive = oneDriveAround(backup, settings);
+    job.mountPoint = mountPointAround(backup, settings);
     const QString fat = QStringLiteral("msdos");
     job.rules.fatTimeQuirk = Locations::fileSystemType(original) == fat || Locations::fileSystemType(backup) == fat;
     return job;
@@ -117,9 +143,14 @@ int run(const std::vector<std::string> &arguments) {
             QStringLiteral("The backup folder can't be inside the original folder (or the other way round)."));
         return WrongUsage;
     }
+    const SyncJob job = jobFor(original, backup);
+    const auto refusal = job.oneDrive ? OneDriveNames::folderRefusal(job.placeInOneDrive()) : std::nullopt;
+    if (refusal) {
+        Console::error(*refusal);
+        return WrongUsage;
+    }
     static CancelToken token;
     StopSignals::cancelOnSignal(token);
-    const SyncJob job = jobFor(original, backup);
     return options->dryRun ? dryRun(job, token, options->json) : backUp(job, token, options->json);
 }
 

@@ -9,6 +9,7 @@
 #include "model/AppModel.h"
 #include "records/JsonWriter.h"
 #include "store/Locations.h"
+#include "sync/OneDriveNames.h"
 
 #include <array>
 
@@ -28,12 +29,20 @@ int refuse(const QString &sentence) {
     return WrongUsage;
 }
 
-QString readiness(const AppModel &model, const PairRow &row) {
+QString readiness(const PairRow &row) {
     if (!row.pair.enabled)
         return QStringLiteral("not ticked");
     if (!row.connected)
         return QStringLiteral("the drive “") + row.pair.volumeName + QStringLiteral("” isn't connected");
-    return model.oneDriveRoot() ? QStringLiteral("ready") : QStringLiteral("OneDrive wasn't found");
+    switch (row.oneDrive) {
+    case Locations::OneDriveInUse::State::NotMounted:
+        return QStringLiteral("OneDrive isn't mounted");
+    case Locations::OneDriveInUse::State::NotFound:
+        return QStringLiteral("OneDrive wasn't found");
+    case Locations::OneDriveInUse::State::Ready:
+        break;
+    }
+    return QStringLiteral("ready");
 }
 
 void printLines(const AppModel &model) {
@@ -41,8 +50,7 @@ void printLines(const AppModel &model) {
         const QString backup =
             row.backupURL ? Locations::tildePath(*row.backupURL) : QStringLiteral("OneDrive/") + row.pair.backupRelPath;
         Console::out(QString::number(row.number) + QStringLiteral(". ") + row.name() + QStringLiteral(" (") +
-                     row.originalSubtitle() + QStringLiteral(") → ") + backup + QStringLiteral(" · ") +
-                     readiness(model, row));
+                     row.originalSubtitle() + QStringLiteral(") → ") + backup + QStringLiteral(" · ") + readiness(row));
     }
     if (const std::optional<QString> blocker = model.syncBlocker())
         Console::out(*blocker);
@@ -65,7 +73,7 @@ struct ListedRow {
         out.member("number", row.number);
         out.member("original", text(model.originalURL(row.pair)));
         out.member("pair", row.pair);
-        out.member("readiness", readiness(model, row));
+        out.member("readiness", readiness(row));
         out.endObject();
     }
 };
@@ -83,6 +91,14 @@ void printJson(const AppModel &model) {
     out.member("oneDriveRoot", root ? std::optional(Text::fromPath(*root)) : std::nullopt);
     out.endObject();
     Console::outDocument(out.take());
+}
+
+std::optional<QString> addTo(AppModel &model, const std::filesystem::path &original,
+                             const std::filesystem::path &backup) {
+    const std::optional<QString> place = model.oneDriveRelativePath(backup);
+    if (const std::optional<QString> refusal = place ? OneDriveNames::folderRefusal(*place) : std::nullopt)
+        return refusal;
+    return model.addPair(original, backup);
 }
 
 } // namespace
@@ -130,7 +146,7 @@ int add(const std::vector<std::string> &arguments) {
         return refuse(*refusal);
     session.model().start(false);
     const std::optional<QString> refusal =
-        session.model().addPair(Paths::standardised(given->words[0]), Paths::standardised(given->words[1]));
+        addTo(session.model(), Paths::standardised(given->words[0]), Paths::standardised(given->words[1]));
     const int status = refusal ? refuse(*refusal) : Clean;
     session.end(status);
     return status;

@@ -76,6 +76,7 @@ void ModelSession::followDrives() {
     QObject::connect(drives.get(), &DriveEvents::mounted, &model(), &AppModel::volumeMounted);
     QObject::connect(drives.get(), &DriveEvents::willUnmount, &model(), &AppModel::volumeWillUnmount);
     QObject::connect(drives.get(), &DriveEvents::unmounted, &model(), &AppModel::volumeUnmounted);
+    QObject::connect(drives.get(), &DriveEvents::mountsChanged, &model(), &AppModel::mountsChanged);
 }
 
 void ModelSession::settle(int milliseconds) {

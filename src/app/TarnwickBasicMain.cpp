@@ -7,6 +7,7 @@
 #include "app/Console.h"
 #include "app/FolderCommands.h"
 #include "app/ModelSession.h"
+#include "app/OneDriveCommand.h"
 #include "app/Snapshot.h"
 #include "app/SyncCommand.h"
 #include "app/Version.h"
@@ -45,6 +46,9 @@ constexpr const char *help =
                      add a folder to the list
   tarnwick-basic --remove NAME-OR-ID
                      take a folder out of the list; its backup stays
+  tarnwick-basic --onedrive [FOLDER]
+                     show which OneDrive folders are found and which is used;
+                     or use this one
   tarnwick-basic --selftest [--keep]
                      test the whole program in a folder of its own
   tarnwick-basic --apptest SECONDS
@@ -136,6 +140,8 @@ int run(int argc, char **argv) {
         return FolderCommands::add(arguments);
     if (Arguments::contain(arguments, "--remove"))
         return FolderCommands::remove(arguments);
+    if (Arguments::contain(arguments, "--onedrive"))
+        return OneDriveCommand::run(arguments);
     return Application::run(arguments);
 }
 

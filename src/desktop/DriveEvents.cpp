@@ -33,12 +33,11 @@ std::map<fs::path, int> drivesNow() {
 } // namespace
 
 DriveEvents::DriveEvents() : present(drivesNow()) {
-    if (TestRoot::isActive()) {
+    watchMountTable();
+    if (TestRoot::isActive())
         watchTestRoot();
-    } else {
-        watchMountTable();
+    else
         watchJobs();
-    }
     compare(); // what came between the first look and the watch
 }
 
@@ -47,7 +46,10 @@ void DriveEvents::watchMountTable() {
     if (!table)
         return;
     const auto *notifier = new QSocketNotifier(table.get(), QSocketNotifier::Exception, this);
-    connect(notifier, &QSocketNotifier::activated, this, &DriveEvents::compare);
+    connect(notifier, &QSocketNotifier::activated, this, [this] {
+        compare();
+        Q_EMIT mountsChanged();
+    });
 }
 
 void DriveEvents::watchTestRoot() {

@@ -25,6 +25,8 @@ class DriveEvents : public QObject {
     void willUnmount(const std::filesystem::path &url);
     /// The drive has gone.
     void unmounted(const std::filesystem::path &url);
+    /// Anything at all was mounted or unmounted; told after what concerns drives.
+    void mountsChanged();
 
   private Q_SLOTS:
     void jobAppeared(const QDBusMessage &message);

@@ -18,11 +18,18 @@ namespace fs = std::filesystem;
 constexpr int launchDelay = 20'000;
 
 /// A queue of its own: a sleeping drive holds up neither the profiles nor the log.
-void purgeInBackground(const std::vector<VolumeInfo> &drives) {
+void purgeInBackground(const std::vector<VolumeInfo> &drives, const std::optional<fs::path> &oneDrive) {
     std::vector<fs::path> tops;
     for (const VolumeInfo &drive : drives)
         tops.push_back(drive.url);
-    SerialQueue().post([tops] { TempArea::purgeStale(tops); });
+    SerialQueue().post([tops, oneDrive]() mutable {
+        if (oneDrive) {
+            if (const std::optional<fs::path> volume = Locations::containingVolume(*oneDrive))
+                tops.push_back(*volume);
+            tops.push_back(oneDrive->parent_path());
+        }
+        TempArea::purgeStale(tops);
+    });
 }
 
 } // namespace
@@ -33,14 +40,14 @@ AppModel &AppModel::shared() {
 }
 
 AppModel::AppModel() : settings(Store::loadConfig()), runs(Store::loadHistory()) {
-    refreshEnvironment();
+    look();
 }
 
 AppModel::~AppModel() = default;
 
 void AppModel::start(bool syncIfConnected) {
     refreshEnvironment();
-    purgeInBackground(drives);
+    purgeInBackground(drives, oneDriveRoot());
     holdProfileWrites = true;
     for (const VolumeInfo &drive : std::vector(drives))
         importProfileIfNeeded(drive);
@@ -55,16 +62,35 @@ void AppModel::start(bool syncIfConnected) {
 }
 
 void AppModel::refreshEnvironment() {
+    look();
+    keepMountPoint();
+}
+
+void AppModel::look() {
     std::vector<VolumeInfo> drivesNow = Locations::externalVolumes();
-    std::vector<Path> rootsNow = Locations::oneDriveRoots();
-    if (drivesNow == drives && rootsNow == roots)
+    std::vector<Locations::OneDriveFolder> foldersNow = Locations::oneDriveFolders();
+    if (drivesNow == drives && foldersNow == folders)
         return;
     drives = std::move(drivesNow);
-    roots = std::move(rootsNow);
+    folders = std::move(foldersNow);
     std::erase_if(offeredDrives, [this](const Path &top) {
         return std::none_of(drives.begin(), drives.end(), [&](const VolumeInfo &drive) { return drive.url == top; });
     });
     noteChange();
+}
+
+/// Remembers on which mount the OneDrive folder in use lies, so that a later look can tell it from the bare mount
+/// point.
+void AppModel::keepMountPoint() {
+    const Locations::OneDriveInUse now = oneDriveInUse();
+    if (readOnly || !now.root)
+        return;
+    const std::optional<Path> mountPoint = Locations::mountPointToKeep(*now.root);
+    if (now.goneChoice && !mountPoint)
+        return; // what is remembered may be the missing folder's
+    AppConfig next = settings;
+    next.oneDriveMountPoint = mountPoint ? std::optional(Text::fromPath(*mountPoint)) : std::nullopt;
+    setConfig(next);
 }
 
 // State
@@ -85,6 +111,10 @@ void AppModel::setConfig(const AppConfig &value) {
     if (value == settings)
         return;
     const AppConfig before = std::exchange(settings, value);
+    // What was remembered belongs to the folder before.
+    if (settings.oneDriveRootPath != before.oneDriveRootPath &&
+        settings.oneDriveMountPoint == before.oneDriveMountPoint)
+        settings.oneDriveMountPoint.reset();
     noteChange();
     Store::save(settings);
     if (settings.pairs != before.pairs)
@@ -128,13 +158,31 @@ void AppModel::showSampleProgress(const SyncProgress &sample) {
 
 // Derived values
 
-std::optional<AppModel::Path> AppModel::oneDriveRoot() const {
-    if (settings.oneDriveRootPath) {
-        const Path chosen = Text::toPath(*settings.oneDriveRootPath);
-        if (Locations::isFolder(chosen))
-            return chosen;
-    }
-    return roots.empty() ? std::nullopt : std::optional(roots.front());
+std::vector<AppModel::Path> AppModel::oneDriveRoots() const {
+    std::vector<Path> roots;
+    for (const Locations::OneDriveFolder &folder : folders)
+        roots.push_back(folder.url);
+    return roots;
+}
+
+Locations::OneDriveInUse AppModel::oneDriveInUse() const {
+    return Locations::oneDriveInUse(settings.oneDriveRootPath, settings.oneDriveMountPoint, folders);
+}
+
+std::optional<QString> AppModel::oneDriveNotice() const {
+    const Locations::OneDriveInUse now = oneDriveInUse();
+    if (now.state == Locations::OneDriveInUse::State::NotMounted)
+        return Locations::notMounted(*now.mountPoint);
+    if (now.goneChoice && now.root)
+        return QStringLiteral("The chosen OneDrive folder (") + Locations::tildePath(*now.goneChoice) +
+               QStringLiteral(") wasn't found, so backups go to ") + Locations::tildePath(*now.root) +
+               QStringLiteral(". Choose your OneDrive folder in Settings.");
+    if (now.goneChoice)
+        return QStringLiteral("OneDrive wasn't found (") + Locations::tildePath(*now.goneChoice) +
+               QStringLiteral("). Start your OneDrive client, or choose your OneDrive folder in Settings.");
+    if (!now.root)
+        return QStringLiteral("OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.");
+    return std::nullopt;
 }
 
 std::vector<FolderPair> AppModel::enabledPairs() const {
@@ -173,7 +221,7 @@ std::optional<QString> AppModel::syncBlocker() const {
     if (enabled.empty())
         return QStringLiteral("Tick a folder to back it up.");
     if (!oneDriveRoot())
-        return QStringLiteral("OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.");
+        return oneDriveNotice();
     if (!readyPairs().empty())
         return std::nullopt;
     std::set<QString> names;
@@ -193,11 +241,13 @@ std::optional<AppModel::Path> AppModel::backupURL(const FolderPair &pair) const 
 
 std::vector<PairRow> AppModel::rows() const {
     std::vector<PairRow> result;
+    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
     for (const FolderPair &pair : settings.pairs) {
         PairRow row;
         row.pair = pair;
         row.number = static_cast<int>(result.size()) + 1;
         row.connected = Locations::resolveOriginal(pair, drives).has_value();
+        row.oneDrive = oneDrive.state;
         row.backupURL = backupURL(pair);
         row.backupExists = row.backupURL && Locations::isFolder(*row.backupURL);
         result.push_back(std::move(row));

@@ -8,6 +8,7 @@
 #include "records/SyncProgress.h"
 #include "records/SyncRun.h"
 #include "records/VolumeInfo.h"
+#include "store/Locations.h"
 #include "sync/CancelToken.h"
 #include "sync/SyncJob.h"
 
@@ -59,7 +60,9 @@ class AppModel : public QObject {
     /// Connected external drives in the order of a file browser.
     const std::vector<VolumeInfo> &volumes() const { return drives; }
     /// OneDrive folders found, the preferred one first.
-    const std::vector<Path> &oneDriveRoots() const { return roots; }
+    const std::vector<Locations::OneDriveFolder> &oneDriveFolders() const { return folders; }
+    /// Their places alone.
+    std::vector<Path> oneDriveRoots() const;
     bool busy() const { return token != nullptr; }
     const SyncProgress &progress() const { return currentProgress; }
     /// Finished runs, newest first.
@@ -90,8 +93,13 @@ class AppModel : public QObject {
 
     // Derived values, computed on each call
 
-    /// The OneDrive folder that backups go to: the chosen one where it exists, else the first one found.
-    std::optional<Path> oneDriveRoot() const;
+    /// The OneDrive folder that backups go to, or why there is none.
+    Locations::OneDriveInUse oneDriveInUse() const;
+    /// That folder: the chosen one where it exists, else the first one found; none while it isn't mounted.
+    std::optional<Path> oneDriveRoot() const { return oneDriveInUse().root; }
+    /// What the user should know of the OneDrive folder: why there is none, or that another than the chosen one is
+    /// used.
+    std::optional<QString> oneDriveNotice() const;
     std::vector<FolderPair> enabledPairs() const;
     /// The enabled pairs whose original folder can be found now.
     std::vector<FolderPair> readyPairs() const;
@@ -135,8 +143,14 @@ class AppModel : public QObject {
     static bool overlaps(const Path &a, const Path &b);
     static std::optional<QString> backupFolderProblem(const Path &url);
 
+    /// Uses this OneDrive folder from now on; none lets it be detected. What was remembered of an earlier folder's
+    /// mount is forgotten.
+    std::optional<QString> chooseOneDrive(const std::optional<Path> &folder);
+
     // Drives
 
+    /// Something was mounted or unmounted, a drive or not.
+    void mountsChanged();
     void volumeMounted(const Path &url);
     void volumeWillUnmount(const Path &url);
     void volumeUnmounted(const Path &url);
@@ -160,6 +174,8 @@ class AppModel : public QObject {
     };
 
     void noteChange();
+    void look();
+    void keepMountPoint();
     std::optional<Path> backupURL(const FolderPair &pair) const;
     /// Does `change` to a copy of the pair and takes the settings over once.
     void changePair(const QUuid &id, const std::function<void(FolderPair &pair)> &change);
@@ -168,6 +184,7 @@ class AppModel : public QObject {
     std::vector<SyncJob> buildJobs(const PairIDs &pairIDs, std::vector<QString> &notes) const;
     /// The job, or the note that says why the pair was skipped.
     std::optional<SyncJob> buildJob(const FolderPair &pair, QString &note) const;
+    void waitForMount(const Request &request);
     void startRun(std::vector<SyncJob> jobs, SyncTrigger trigger, std::vector<QString> notes);
     void finish(SyncRun run);
     void noteResults(const SyncRun &run);
@@ -176,7 +193,7 @@ class AppModel : public QObject {
 
     AppConfig settings;
     std::vector<VolumeInfo> drives;
-    std::vector<Path> roots;
+    std::vector<Locations::OneDriveFolder> folders;
     SyncProgress currentProgress;
     std::vector<SyncRun> runs;
     std::optional<QString> notice;
@@ -188,6 +205,7 @@ class AppModel : public QObject {
     std::shared_ptr<CancelToken> token; // of the running sync; null when idle
     std::vector<Path> activeRoots;      // the folders of the running sync
     std::optional<Request> pendingAuto;
+    std::optional<Request> waitsForMount; ///< what was to be synced on its own while OneDrive wasn't mounted
     bool holdProfileWrites = false;
     /// Top folders of the connected drives whose profiles have been looked at for folder choices to bring back.
     std::set<Path> offeredDrives;

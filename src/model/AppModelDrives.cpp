@@ -82,6 +82,15 @@ void AppModel::volumeWillUnmount(const Path &url) {
     cancelSync();
 }
 
+void AppModel::mountsChanged() {
+    refreshEnvironment();
+    noteChange(); // whether OneDrive is mounted is no part of what was compared
+    if (!stopped && waitsForMount && oneDriveRoot()) {
+        const Request request = *std::exchange(waitsForMount, std::nullopt);
+        sync(request.ids, request.trigger);
+    }
+}
+
 void AppModel::volumeUnmounted(const Path &url) {
     Log::shared().write(QStringLiteral("Drive disconnected: ") + Text::fromBytes(Paths::lastComponent(url)));
     refreshEnvironment();

@@ -60,8 +60,8 @@ std::optional<QString> AppModel::addPair(const Path &originalFolder, const Path 
     const std::optional<Source> source = locateSource(original);
     if (!source)
         return cantBackUpFrom(original);
-    if (!oneDriveRoot())
-        return noOneDrive;
+    if (const Locations::OneDriveInUse oneDrive = oneDriveInUse(); !oneDrive.root)
+        return oneDrive.mountPoint ? Locations::notMounted(*oneDrive.mountPoint) : noOneDrive;
     const std::optional<QString> backupRel = oneDriveRelativePath(backup);
     if (!backupRel)
         return outsideOneDrive;
@@ -172,5 +172,20 @@ std::optional<QString> AppModel::backupFolderProblem(const Path &url) {
     if (!isWritable(parent))
         return QStringLiteral("Tarnwick can't create a folder in “") + lastComponent(parent) +
                QStringLiteral("”. Pick a folder you have permission to change.");
+    return std::nullopt;
+}
+
+std::optional<QString> AppModel::chooseOneDrive(const std::optional<Path> &folder) {
+    AppConfig next = settings;
+    next.oneDriveRootPath.reset();
+    next.oneDriveMountPoint.reset();
+    if (folder) {
+        const Path chosen = Paths::standardised(*folder);
+        if (std::optional<QString> problem = Locations::oneDriveRefusal(chosen))
+            return problem;
+        next.oneDriveRootPath = Text::fromPath(chosen);
+    }
+    setConfig(next);
+    refreshEnvironment(); // the same folder may lie on another mount by now
     return std::nullopt;
 }

@@ -81,12 +81,24 @@ void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger) {
     refreshEnvironment();
     std::vector<QString> notes;
     std::vector<SyncJob> jobs = buildJobs(pairIDs, notes);
+    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
+    if (!jobs.empty() && oneDrive.goneChoice)
+        notes.push_back(*oneDriveNotice());
     if (!jobs.empty())
         return startRun(std::move(jobs), trigger, std::move(notes));
+    if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted && trigger != SyncTrigger::manual)
+        waitForMount({pairIDs, trigger});
     refusal = notes.empty() ? syncBlocker() : notes.front();
     if (!refusal)
         refusal = QStringLiteral("There is nothing to sync right now.");
     noteChange();
+}
+
+/// A sync of all folders is not replaced by one of some.
+void AppModel::waitForMount(const Request &request) {
+    if (!waitsForMount || waitsForMount->ids)
+        waitsForMount = request;
+    Log::shared().write(QStringLiteral("Sync waits until OneDrive is mounted (") + rawText(request.trigger) + u')');
 }
 
 void AppModel::cancelSync() {
@@ -116,11 +128,13 @@ std::optional<SyncJob> AppModel::buildJob(const FolderPair &pair, QString &note)
     const std::optional<Locations::ResolvedFolder> original = Locations::resolveOriginal(pair, drives);
     if (!original)
         return skip(QStringLiteral("the drive “") + pair.volumeName + QStringLiteral("” isn't connected."));
-    const std::optional<Path> root = oneDriveRoot();
-    if (!root)
+    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
+    if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted)
+        return skip(Locations::notMounted(*oneDrive.mountPoint));
+    if (!oneDrive.root)
         return skip(QStringLiteral("OneDrive wasn't found. Choose your OneDrive folder in Settings."));
     const Path backup = *backupURL(pair);
-    if (!isContained(pair, *original, *root, backup))
+    if (!isContained(pair, *original, *oneDrive.root, backup))
         return skip(QStringLiteral("its stored folders lead outside the drive or OneDrive."));
     if (overlaps(original->folder, backup))
         return skip(QStringLiteral("its backup folder is inside the original."));
@@ -129,6 +143,8 @@ std::optional<SyncJob> AppModel::buildJob(const FolderPair &pair, QString &note)
     job.name = PairRow::nameOf(pair);
     job.original = Paths::standardised(original->folder);
     job.backup = Paths::standardised(backup);
+    job.oneDrive = oneDrive.root;
+    job.mountPoint = oneDrive.mountPoint;
     job.rules.fatTimeQuirk = isFat(original->volume.fsType) || isFat(Locations::fileSystemType(backup));
     return job;
 }

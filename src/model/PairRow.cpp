@@ -1,7 +1,5 @@
 #include "model/PairRow.h"
 
-#include "store/Locations.h"
-
 #include <QStringList>
 
 QString PairRow::nameOf(const FolderPair &pair) {

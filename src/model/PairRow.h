@@ -1,6 +1,7 @@
 #pragma once
 
 #include "records/FolderPair.h"
+#include "store/Locations.h"
 
 #include <QString>
 
@@ -12,7 +13,9 @@ struct PairRow {
     FolderPair pair = {};
     int number = 0;         ///< Position in the list, counted from 1.
     bool connected = false; ///< The original folder's drive is there, or it lies in the home folder.
-    std::optional<std::filesystem::path> backupURL = {}; ///< None when no OneDrive folder is known.
+    /// Whether there is a OneDrive folder at present.
+    Locations::OneDriveInUse::State oneDrive = Locations::OneDriveInUse::State::NotFound;
+    std::optional<std::filesystem::path> backupURL = {}; ///< None when there is no OneDrive folder.
     bool backupExists = false;                           ///< A folder stands at `backupURL`.
 
     /// The folder's name; the drive's when the whole drive is backed up.

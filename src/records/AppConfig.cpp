@@ -22,6 +22,7 @@ void AppConfig::toJson(JsonWriter &out) const {
     out.member("autoSyncOnConnect", autoSyncOnConnect);
     out.member("hasCompletedFirstRun", hasCompletedFirstRun);
     out.member("notifications", notifications);
+    out.member("oneDriveMountPoint", oneDriveMountPoint);
     out.member("oneDriveRootPath", oneDriveRootPath);
     out.member("pairs", pairs);
     out.member("schema", schema);
@@ -33,6 +34,7 @@ AppConfig AppConfig::fromJson(const JsonReader &in) {
     config.autoSyncOnConnect = in.valueOr("autoSyncOnConnect", config.autoSyncOnConnect);
     config.notifications = in.valueOr("notifications", config.notifications);
     config.oneDriveRootPath = in.optional<QString>("oneDriveRootPath");
+    config.oneDriveMountPoint = in.optional<QString>("oneDriveMountPoint");
     config.hasCompletedFirstRun = in.valueOr("hasCompletedFirstRun", config.hasCompletedFirstRun);
     config.schema = in.valueOr("schema", config.schema);
     config.pairs = readPairs(in);

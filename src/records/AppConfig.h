@@ -14,6 +14,8 @@ struct AppConfig {
     bool autoSyncOnConnect = true;
     bool notifications = true;
     std::optional<QString> oneDriveRootPath = {}; ///< The OneDrive folder chosen by hand; none to detect it.
+    /// The mount point that held the OneDrive folder when it was last in use; none when the home folder's mount did.
+    std::optional<QString> oneDriveMountPoint = {};
     bool hasCompletedFirstRun = false;
     std::int64_t schema = 1;
 

@@ -117,7 +117,7 @@ bool isHeldBy(const fs::path &folder, const fs::path &top);
 /// The sentence for a OneDrive folder whose mount point is bare.
 QString notMounted(const fs::path &mountPoint);
 
-/// Why backups must never go to this folder; none when they may.
+/// Why a folder (its path standardised) can't be the one that backups go to; none when it can.
 std::optional<QString> oneDriveRefusal(const fs::path &folder);
 
 // Paths of pairs

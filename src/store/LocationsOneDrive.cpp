@@ -107,28 +107,29 @@ OneDriveInUse oneDriveInUse(const std::optional<QString> &chosen, const std::opt
                             const std::vector<OneDriveFolder> &found) {
     using State = OneDriveInUse::State;
     const std::optional<fs::path> mount = keptMount ? storedPath(*keptMount) : std::nullopt;
-    if (mount && isBare(*mount))
-        return {.state = State::NotMounted, .mountPoint = mount};
-    OneDriveInUse result;
+    const OneDriveInUse notMounted{.state = State::NotMounted, .mountPoint = mount};
     const auto use = [&](const fs::path &root) {
-        result.state = State::Ready;
-        result.root = root;
-        if (mount && isHeldBy(root, *mount))
-            result.mountPoint = mount;
+        return OneDriveInUse{
+            .state = State::Ready, .root = root, .mountPoint = mount && isHeldBy(root, *mount) ? mount : std::nullopt};
     };
+    OneDriveInUse none;
     if (chosen) {
         const std::optional<fs::path> choice = storedPath(*chosen);
         if (choice && isFolder(*choice)) {
-            use(*choice);
-            if (mount && !result.mountPoint)
-                return {.state = State::NotMounted, .mountPoint = mount};
-            return result;
+            const OneDriveInUse ready = use(*choice);
+            const bool belongsOnMount = mount && Paths::isWithin(resolved(*choice), *mount);
+            return belongsOnMount && !ready.mountPoint ? notMounted : ready;
         }
-        result.goneChoice = choice.value_or(Text::toPath(shownChoice(*chosen)));
+        none.goneChoice = choice.value_or(Text::toPath(shownChoice(*chosen)));
     }
-    if (!found.empty())
-        use(found.front().url);
-    return result;
+    // Never a reason to take another account's folder.
+    if (mount && isBare(*mount))
+        return notMounted;
+    if (found.empty())
+        return none;
+    OneDriveInUse detected = use(found.front().url);
+    detected.goneChoice = none.goneChoice;
+    return detected;
 }
 
 std::optional<fs::path> mountPointToKeep(const fs::path &folder) {
@@ -150,13 +151,22 @@ QString notMounted(const fs::path &mountPoint) {
 }
 
 std::optional<QString> oneDriveRefusal(const fs::path &folder) {
+    const auto refuse = [&](const QString &reason) {
+        return QStringLiteral("“") + Text::fromBytes(Paths::lastComponent(folder)) +
+               QStringLiteral("” can't be the OneDrive folder: ") + reason;
+    };
+    if (!Text::isUtf8(folder.native()))
+        return refuse(QStringLiteral("its path isn't valid text."));
+    if (!isFolder(folder))
+        return refuse(QStringLiteral("it isn't a folder."));
+    if (Paths::isWithin(resolved(homeURL()), resolved(folder)))
+        return refuse(QStringLiteral("your home folder is inside it."));
     const MountTable table = MountTable::read();
     const MountEntry *mount = table.holding(folder);
-    if (!mount || mount->type != "fuse.gvfsd-fuse")
-        return std::nullopt;
-    return QStringLiteral("“") + Text::fromBytes(Paths::lastComponent(Paths::standardised(folder))) +
-           QStringLiteral("” can't be used: the desktop's own cloud accounts name files by identifiers, so a path that "
-                          "was written isn't the path that is read. Set up a OneDrive client instead.");
+    if (mount && mount->type == "fuse.gvfsd-fuse")
+        return refuse(QStringLiteral("the desktop's own cloud accounts name files by identifiers, so a path that was "
+                                     "written isn't the path that is read. Set up a OneDrive client instead."));
+    return std::nullopt;
 }
 
 } // namespace Locations

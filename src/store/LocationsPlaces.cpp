@@ -1,10 +1,13 @@
 #include "base/Paths.h"
 #include "base/Text.h"
+#include "platform/FolderAnchor.h"
+#include "platform/FolderReader.h"
 #include "store/Locations.h"
 #include "store/TestRoot.h"
 
 #include <cstdlib>
 #include <pwd.h>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -39,10 +42,17 @@ bool isFolder(const fs::path &path) {
 
 std::vector<fs::path> visibleEntries(const fs::path &folder) {
     std::vector<fs::path> entries;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        if (!entry->path().filename().native().starts_with('.'))
-            entries.push_back(entry->path());
+    try {
+        // Opened like an original: looking around leaves no mark on the user's folders.
+        const FolderAnchor anchor(folder);
+        const FileDescriptor open = OpenBelow::folder(anchor.descriptor(), {});
+        FolderReader reader(open.get());
+        for (FolderReader::Item item; reader.next(item);) {
+            if (!item.name.starts_with('.'))
+                entries.push_back(folder / item.name);
+        }
+    } catch (const std::system_error &) {
+        // What could be read is there.
     }
     return entries;
 }

@@ -37,8 +37,7 @@ fs::path placeOfSupportDir() {
     return TestRoot::isActive() ? *TestRoot::url() / "Support" : dataFolder() / "Tarnwick Basic";
 }
 
-std::optional<std::string> readFile(const char *name) {
-    const fs::path file = supportDir() / name;
+std::optional<std::string> readFile(const fs::path &file) {
     return AtomicFile::read({AT_FDCWD, file.c_str()}, std::numeric_limits<std::size_t>::max(), LinkAtEnd::IsFollowed);
 }
 
@@ -81,7 +80,7 @@ bool isTestMode() {
 }
 
 AppConfig loadConfig() {
-    const std::optional<std::string> bytes = readFile(configName);
+    const std::optional<std::string> bytes = readFile(supportDir() / configName);
     if (!bytes)
         return {};
     try {
@@ -90,6 +89,15 @@ AppConfig loadConfig() {
         const std::string copy = setAside();
         Log::shared().write(QStringLiteral("Config could not be read (") + Text::fromBytes(error.what()) +
                             QStringLiteral("); saved a copy to ") + Text::fromBytes(copy));
+        return {};
+    }
+}
+
+AppConfig peekConfig() {
+    const std::optional<std::string> bytes = readFile(placeOfSupportDir() / configName);
+    try {
+        return bytes ? Json::fromBytes<AppConfig>(asBytes(*bytes)) : AppConfig();
+    } catch (const JsonError &) {
         return {};
     }
 }
@@ -103,7 +111,7 @@ void save(const AppConfig &config) {
 }
 
 std::vector<SyncRun> loadHistory() {
-    const std::optional<std::string> bytes = readFile(historyName);
+    const std::optional<std::string> bytes = readFile(supportDir() / historyName);
     if (!bytes)
         return {};
     try {

@@ -21,6 +21,10 @@ bool isTestMode();
 /// "config-unreadable-SECONDS.json" beside it first, so that the next save costs the user nothing.
 AppConfig loadConfig();
 
+/// The stored settings for whoever only wants to know something of them; fresh ones when there is nothing usable.
+/// Changes nothing on the disk.
+AppConfig peekConfig();
+
 /// Replaces the settings file in one step. A failure is logged and the old file stays.
 void save(const AppConfig &config);
 

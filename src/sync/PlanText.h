@@ -41,8 +41,7 @@ inline QString mayNotReachTheCloud(const PairPlan &plan) {
         list += QStringLiteral(" and ") + QString::number(more) + QStringLiteral(" more");
     return QString::number(count) + (one ? QStringLiteral(" item has") : QStringLiteral(" items have")) +
            QStringLiteral(" a name or a path that OneDrive clients refuse (") + list + QStringLiteral("). ") +
-           (one ? QStringLiteral("It was backed up here, but may not reach the cloud.")
-                : QStringLiteral("They were backed up here, but may not reach the cloud."));
+           (one ? QStringLiteral("Its") : QStringLiteral("Their")) + QStringLiteral(" backup may not reach the cloud.");
 }
 
 inline QString originalMissing(const SyncJob &job) {

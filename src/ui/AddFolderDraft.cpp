@@ -37,6 +37,13 @@ QString AddFolderDraft::summary(const AppModel &model) const {
            (exists ? QStringLiteral(".") : QStringLiteral(" (the folder will be created)."));
 }
 
+QString AddFolderDraft::noOneDrive(const AppModel &model) {
+    const Locations::OneDriveInUse oneDrive = model.oneDriveInUse();
+    return oneDrive.state == Locations::OneDriveInUse::State::NotMounted
+               ? QStringLiteral("OneDrive isn't mounted (") + Locations::tildePath(*oneDrive.mountPoint) + u')'
+               : QStringLiteral("OneDrive wasn't found on this computer");
+}
+
 void AddFolderDraft::setSource(const Path &folder) {
     source = folder;
     error.reset();

@@ -22,6 +22,9 @@ struct AddFolderDraft {
     /// What will happen, in one sentence.
     QString summary(const AppModel &model) const;
 
+    /// What stands in place of the OneDrive folder while there is none.
+    static QString noOneDrive(const AppModel &model);
+
     /// Takes over a chosen source. The name follows it until an existing backup folder has been picked.
     void setSource(const Path &folder);
     void setChosenFolder(const Path &folder);

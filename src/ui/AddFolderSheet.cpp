@@ -160,8 +160,7 @@ void AddFolderSheet::render() {
     source->setText(draft.source ? Locations::tildePath(*draft.source) : QStringLiteral("No folder chosen"));
     Labels::setStrength(source, draft.source ? Strength::Primary : Strength::Secondary);
     sourceButton->setText(draft.source ? QStringLiteral("Change…") : QStringLiteral("Choose…"));
-    oneDriveName->setText(root ? OneDriveText::displayName(*root)
-                               : QStringLiteral("OneDrive wasn't found on this computer"));
+    oneDriveName->setText(root ? OneDriveText::displayName(*root) : AddFolderDraft::noOneDrive(model));
     Labels::setStrength(oneDriveName, root ? Strength::Primary : Strength::Warning);
     newFolderRow->setVisible(!draft.chosenFolder);
     existingRow->setVisible(draft.chosenFolder.has_value());

@@ -108,7 +108,7 @@ void FoldersView::renderRows() {
 }
 
 QString FoldersView::oneDriveSubtitle(const AppModel &appModel) {
-    const std::optional<std::filesystem::path> root = appModel.oneDriveRoot();
-    return root ? QStringLiteral("Backups go into ") + OneDriveText::displayName(*root)
-                : QStringLiteral("OneDrive not found — see Settings");
+    const Locations::OneDriveInUse oneDrive = appModel.oneDriveInUse();
+    return oneDrive.root ? QStringLiteral("Backups go into ") + OneDriveText::displayName(*oneDrive.root)
+                         : OneDriveText::absence(oneDrive.state) + QStringLiteral(" — see Settings");
 }

@@ -24,8 +24,8 @@ bool drivesAreOk(const AppModel &model) {
 }
 
 QString oneDrive(const AppModel &model) {
-    const std::optional<std::filesystem::path> root = model.oneDriveRoot();
-    return root ? OneDriveText::displayName(*root) : QStringLiteral("OneDrive not found");
+    const Locations::OneDriveInUse oneDrive = model.oneDriveInUse();
+    return oneDrive.root ? OneDriveText::displayName(*oneDrive.root) : OneDriveText::absence(oneDrive.state);
 }
 
 } // namespace HeaderText

@@ -2,7 +2,6 @@
 
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "store/Locations.h"
 
 #include <QStringList>
 
@@ -12,6 +11,11 @@ QString displayName(const std::filesystem::path &root) {
     const QString name = Text::fromBytes(Paths::lastComponent(Paths::standardised(root)));
     const QString prefix = QStringLiteral("OneDrive-");
     return name.startsWith(prefix) ? QStringLiteral("OneDrive – ") + name.mid(prefix.size()) : name;
+}
+
+QString absence(Locations::OneDriveInUse::State state) {
+    return state == Locations::OneDriveInUse::State::NotMounted ? QStringLiteral("OneDrive not mounted")
+                                                                : QStringLiteral("OneDrive not found");
 }
 
 std::optional<QString> location(const std::filesystem::path &folder, const std::optional<std::filesystem::path> &root) {

@@ -21,12 +21,14 @@ QString originalSubtitle(const PairRow &row) {
 
 QString backupTitle(const PairRow &row) {
     return row.backupURL ? Text::fromBytes(Paths::lastComponent(Paths::standardised(*row.backupURL)))
-                         : QStringLiteral("OneDrive not found");
+                         : OneDriveText::absence(row.oneDrive);
 }
 
 QString backupCaption(const PairRow &row, const std::optional<std::filesystem::path> &oneDriveRoot) {
     if (!row.backupURL)
-        return QStringLiteral("Open Settings to choose your OneDrive folder");
+        return row.oneDrive == Locations::OneDriveInUse::State::NotMounted
+                   ? QStringLiteral("Start your OneDrive client")
+                   : QStringLiteral("Open Settings to choose your OneDrive folder");
     const std::filesystem::path parent = Paths::standardised(*row.backupURL).parent_path();
     QString place = Locations::tildePath(parent);
     if (oneDriveRoot && Locations::relativePath(parent, *oneDriveRoot))

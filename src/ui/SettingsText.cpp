@@ -4,8 +4,11 @@
 #include "model/AppModel.h"
 #include "store/Locations.h"
 #include "sync/OneDriveNames.h"
+#include "ui/OneDriveText.h"
 
 #include <QStringList>
+
+#include <algorithm>
 
 namespace SettingsText {
 
@@ -45,6 +48,23 @@ QString nameRules() {
 std::optional<QString> oneDriveFolder(const AppModel &model) {
     const std::optional<std::filesystem::path> root = model.oneDriveRoot();
     return root ? std::optional(Locations::tildePath(*root)) : std::nullopt;
+}
+
+QString noOneDriveFolder(const AppModel &model) {
+    return model.oneDriveInUse().state == Locations::OneDriveInUse::State::NotMounted ? QStringLiteral("Not mounted")
+                                                                                      : QStringLiteral("Not found");
+}
+
+QString oneDriveChoice(const Locations::OneDriveFolder &folder, const std::vector<Locations::OneDriveFolder> &found) {
+    const auto reading = [](const Locations::OneDriveFolder &any) {
+        const QString name = OneDriveText::displayName(any.url);
+        return any.what.isEmpty() ? name : name + QStringLiteral(" · ") + any.what;
+    };
+    const QString text = reading(folder);
+    const bool isAmbiguous = std::count_if(found.begin(), found.end(), [&](const Locations::OneDriveFolder &other) {
+                                 return reading(other) == text;
+                             }) > 1;
+    return isAmbiguous ? text + QStringLiteral(" · ") + Locations::tildePath(folder.url) : text;
 }
 
 QString version(const QString &version, const QString &build) {

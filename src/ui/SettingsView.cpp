@@ -10,10 +10,10 @@
 #include "store/Store.h"
 #include "ui/Buttons.h"
 #include "ui/Card.h"
+#include "ui/ClientsPage.h"
 #include "ui/FolderPanel.h"
 #include "ui/Glyph.h"
 #include "ui/Labels.h"
-#include "ui/OneDriveText.h"
 #include "ui/SettingsText.h"
 #include "ui/Switch.h"
 
@@ -74,6 +74,8 @@ SettingsView::SettingsView(AppModel &appModel, QWidget *parent)
       login(new Switch(QStringLiteral("Open Tarnwick Basic at login (needed for automatic sync)"))),
       loginError(Labels::wrapping({}, Theme::font(Theme::Type::Caption), Strength::Warning)),
       oneDrive(new ElidedLabel(Theme::font(Theme::Type::Body))),
+      oneDriveNotice(Labels::wrapping({}, Theme::font(Theme::Type::Caption), Strength::Warning)),
+      clients(Buttons::make(QStringLiteral("About OneDrive Clients…"))),
       notifications(new Switch(QStringLiteral("Show a notification when a sync finishes"))) {
     for (QWidget *part : {makeAutomaticSync(), makeOneDrive(), makeNotifications(), makeSafety(), makeHelp()})
         column()->addWidget(part);
@@ -115,6 +117,12 @@ QWidget *SettingsView::makeOneDrive() {
     row->addWidget(oneDrive, 1);
     row->addWidget(change);
     column->addLayout(row);
+    connect(clients, &QPushButton::clicked, this, &SettingsView::showClients);
+    auto *notice = new QHBoxLayout;
+    notice->setSpacing(12);
+    notice->addWidget(oneDriveNotice, 1);
+    notice->addWidget(clients);
+    column->addLayout(notice);
     column->addLayout(
         labelled(QStringLiteral("checkmark.shield"), Theme::secondary,
                  Labels::wrapping(SettingsText::nameRules(), Theme::font(Theme::Type::Caption), Strength::Secondary)));
@@ -173,8 +181,12 @@ void SettingsView::render() {
     autoSync->setChecked(model.config().autoSyncOnConnect);
     notifications->setChecked(model.config().notifications);
     const std::optional<QString> folder = SettingsText::oneDriveFolder(model);
-    oneDrive->setText(folder.value_or(QStringLiteral("Not found")));
+    oneDrive->setText(folder.value_or(SettingsText::noOneDriveFolder(model)));
     Labels::setStrength(oneDrive, folder ? Strength::Secondary : Strength::Warning);
+    const std::optional<QString> notice = choiceRefusal ? choiceRefusal : model.oneDriveNotice();
+    oneDriveNotice->setText(notice.value_or(QString()));
+    oneDriveNotice->setVisible(notice.has_value());
+    clients->setVisible(!folder);
     loginError->setVisible(!loginError->text().isEmpty());
 }
 
@@ -196,10 +208,13 @@ void SettingsView::setLogin(bool enabled) {
 
 void SettingsView::fillChangeMenu(QMenu &menu) {
     menu.clear();
-    for (const std::filesystem::path &root : model.oneDriveRoots())
-        menu.addAction(OneDriveText::displayName(root), this,
-                       [this, path = Text::fromPath(root)] { useOneDriveFolder(path); });
-    if (!model.oneDriveRoots().empty())
+    for (const Locations::OneDriveFolder &folder : model.oneDriveFolders()) {
+        QAction *action = menu.addAction(SettingsText::oneDriveChoice(folder, model.oneDriveFolders()), this,
+                                         [this, url = folder.url] { useOneDriveFolder(url); });
+        action->setCheckable(true);
+        action->setChecked(folder.url == model.oneDriveRoot());
+    }
+    if (!model.oneDriveFolders().empty())
         menu.addSeparator();
     menu.addAction(QStringLiteral("Choose Another Folder…"), this, [this] { chooseOneDriveFolder(); });
     menu.addAction(QStringLiteral("Detect Automatically"), this, [this] { useOneDriveFolder(std::nullopt); });
@@ -211,11 +226,16 @@ void SettingsView::chooseOneDriveFolder() {
                QStringLiteral("Choose the top folder of your OneDrive (usually in your home folder)."),
                QStringLiteral("Use This Folder"), Locations::homeURL()});
     if (chosen)
-        useOneDriveFolder(Text::fromPath(*chosen));
+        useOneDriveFolder(*chosen);
 }
 
-void SettingsView::useOneDriveFolder(const std::optional<QString> &path) {
-    AppConfig next = model.config();
-    next.oneDriveRootPath = path;
-    model.setConfig(next);
+void SettingsView::useOneDriveFolder(const std::optional<std::filesystem::path> &folder) {
+    choiceRefusal = model.chooseOneDrive(folder);
+    render();
+}
+
+void SettingsView::showClients() {
+    auto *page = new ClientsPage(this);
+    page->setAttribute(Qt::WA_DeleteOnClose);
+    page->show();
 }

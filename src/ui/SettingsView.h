@@ -2,12 +2,16 @@
 
 #include "ui/ScrolledColumn.h"
 
+#include <QString>
+
+#include <filesystem>
 #include <optional>
 
 class AppModel;
 class ElidedLabel;
 class QLabel;
 class QMenu;
+class QPushButton;
 class QVBoxLayout;
 class Switch;
 
@@ -31,12 +35,16 @@ class SettingsView : public ScrolledColumn {
     void refreshLogin();
     void fillChangeMenu(QMenu &menu);
     void chooseOneDriveFolder();
-    void useOneDriveFolder(const std::optional<QString> &path);
+    void useOneDriveFolder(const std::optional<std::filesystem::path> &folder);
+    void showClients();
 
     AppModel &model;
     Switch *autoSync;
     Switch *login;
     QLabel *loginError;
     ElidedLabel *oneDrive;
+    QLabel *oneDriveNotice;
+    QPushButton *clients;
+    std::optional<QString> choiceRefusal; ///< why the folder last chosen isn't used
     Switch *notifications;
 };

@@ -1,4 +1,5 @@
 #include "app/ProgramTest.h"
+#include "support/LoopMount.h"
 #include "sync/FileGate.h"
 
 #include <QJsonDocument>
@@ -108,6 +109,80 @@ TEST_F(ModelCommands, ASyncGoesToTheChosenAccountAndIsWrittenDownEverywhere) {
     EXPECT_EQ(history().size(), 3U);
     fs::remove(tree / "Support/config.json"); // but not the profile
     EXPECT_EQ(told("--list"), "Add a folder to back it up to OneDrive.\n");
+}
+
+TEST_F(ModelCommands, ANameThatOneDriveCannotStoreIsRefusedForAFolderThatACommandNames) {
+    tree.dir("Home/OneDrive/c:d/there");
+    std::string refusal =
+        "OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or end with a space). "
+        "Choose another name.\n";
+    for (const char *backup : {"OneDrive/c:d", "OneDrive/c:d/there", "OneDrive/what?/../what?"}) {
+        const std::string folders = " @/Home/Notes @/Home/" + std::string(backup);
+        EXPECT_EQ(told("--add" + folders, 2), refusal);
+        EXPECT_EQ(told("--backup" + folders, 2), refusal);
+    }
+    EXPECT_EQ(told("--backup @/Home/Notes @/Home/not:OneDrive"), "1 file copied (4 bytes)\n");
+}
+
+TEST_F(ModelCommands, TheOneDriveFolderIsShownAndChosen) {
+    tree.dir("Home/OneDrive-Work");
+    EXPECT_EQ(told("--onedrive"), "~/OneDrive · in use\n~/OneDrive-Work\n");
+    EXPECT_EQ(told("--onedrive @/Home/OneDrive-Work/."), "~/OneDrive-Work · in use\n");
+    EXPECT_EQ(settings().oneDriveRootPath, QString::fromStdString(tree / "Home/OneDrive-Work"));
+    EXPECT_EQ(told("--onedrive @/Home/none", 2), "“none” can't be the OneDrive folder: it isn't a folder.\n");
+    EXPECT_EQ(told("--onedrive a b", 2), "usage: tarnwick-basic --onedrive [FOLDER]\n");
+    EXPECT_EQ(told("--onedrive @/Volumes"), inTree("@/Volumes · chosen by hand · in use\n"));
+    fs::rename(tree / "Home/OneDrive", tree / "Home/Cloud");
+    fs::rename(tree / "Home/OneDrive-Work", tree / "Home/Work");
+    told("--onedrive @/Home/Work");
+    fs::remove(tree / "Home/Work");
+    EXPECT_EQ(told("--onedrive"), "OneDrive wasn't found (~/Work). Start your OneDrive client, or choose your OneDrive "
+                                  "folder in Settings.\n");
+}
+
+TEST_F(ModelCommands, NothingIsMadeBelowABareMountPoint) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
+    const std::string away = "OneDrive isn't mounted (~/OneDrive). Start your OneDrive client, then sync again.\n";
+    {
+        const Mount mount("tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
+        told("--list");
+        EXPECT_FALSE(settings().oneDriveMountPoint) << "a list only looks";
+        EXPECT_EQ(told("--sync"), "2 files copied (11 bytes)\n");
+    }
+    EXPECT_EQ(told("--sync", 2), "“Photos” was skipped: " + away);
+    EXPECT_EQ(told("--add @/Home/Notes @/Home/OneDrive/N", 2), away);
+    EXPECT_EQ(told("--backup @/Home/Notes @/Home/OneDrive/N", 1), "1 problem\nNotes: " + away);
+    EXPECT_EQ(told("--backup @/Home/Notes @/Home/OneDrive/N --dry-run", 1), "Nothing would be copied\nNotes: " + away);
+    EXPECT_EQ(told("--onedrive"), "~/OneDrive\n" + away);
+    EXPECT_EQ(told("--list"), "1. Photos (Stick) → OneDrive/Photos · OneDrive isn't mounted\n"
+                              "2. Notes (This computer) → OneDrive/Notes · OneDrive isn't mounted\n" +
+                                  away);
+    EXPECT_TRUE(fs::is_empty(tree / "Home/OneDrive"));
+}
+
+TEST_F(ModelCommands, ASyncThatCameTooEarlyRunsWhenOneDriveIsMounted) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
+    std::optional<Mount> mount(std::in_place, "tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
+    told("--sync");
+    mount->lazyUnmount();
+    fs::rename(tree / "Volumes/Stick", tree / "away");
+    tree.file("away/Photos/late.jpg");
+    std::future<std::string> printed = std::async(std::launch::async, [&] { return told("--apptest 5"); });
+    const auto until = [&](const std::string &line) {
+        while (log().find(line) == std::string::npos &&
+               printed.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready) {
+        }
+    };
+    for (int i = 0; log().find("Ping") == std::string::npos && i < 500; ++i) { // until it is heard
+        tree.dir("Volumes/Ping " + std::to_string(i));
+        printed.wait_for(std::chrono::milliseconds(10));
+    }
+    fs::rename(tree / "away", tree / "Volumes/Stick");
+    until("Sync waits until OneDrive is mounted (driveConnected)");
+    mount.emplace("tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
+    EXPECT_NE(printed.get().find("SYNC [driveConnected] Photos: 2 files copied"), std::string::npos);
 }
 
 TEST_F(ModelCommands, ASyncKeepsOthersOutAndOnceStoppedIsRecordedAsCancelled) {

@@ -14,6 +14,7 @@ TEST(JsonWriter, LaysOutAConfigInOneWay) {
   "autoSyncOnConnect" : false,
   "hasCompletedFirstRun" : true,
   "notifications" : false,
+  "oneDriveMountPoint" : "\/home\/u\/Library",
   "oneDriveRootPath" : "\/home\/u\/Library\/CloudStorage\/OneDrive-Personal",
   "pairs" : [
     {

@@ -33,8 +33,8 @@ TEST(Records, KeysThatMayBeMissingOrNull) {
     const QJsonValue missing = QJsonValue::Undefined;
     const QJsonValue null = QJsonValue::Null;
     EXPECT_EQ(keysThatMayBe(missing, Sample::appConfig()),
-              "autoSyncOnConnect hasCompletedFirstRun notifications oneDriveRootPath pairs schema ");
-    EXPECT_EQ(keysThatMayBe(null, Sample::appConfig()), "oneDriveRootPath pairs ");
+              "autoSyncOnConnect hasCompletedFirstRun notifications oneDriveMountPoint oneDriveRootPath pairs schema ");
+    EXPECT_EQ(keysThatMayBe(null, Sample::appConfig()), "oneDriveMountPoint oneDriveRootPath pairs ");
     EXPECT_EQ(keysThatMayBe(missing, Sample::appConfig().pairs[0]),
               "backupRelPath enabled id lastOK lastSummary lastSync sourceRelPath volumeName volumeUUID ");
     EXPECT_EQ(keysThatMayBe(null, Sample::appConfig().pairs[0]), "lastOK lastSummary lastSync volumeUUID ");

@@ -60,6 +60,7 @@ AppConfig appConfig() {
             .autoSyncOnConnect = false,
             .notifications = false,
             .oneDriveRootPath = QStringLiteral("/home/u/Library/CloudStorage/OneDrive-Personal"),
+            .oneDriveMountPoint = QStringLiteral("/home/u/Library"),
             .hasCompletedFirstRun = true,
             .schema = 7};
 }

@@ -77,4 +77,20 @@ TEST(MatchedNames, IgnoreCaseAndCompositionAndNothingElse) {
     }
 }
 
+TEST(ClientNames, AreThoseThatClientsRefuse) {
+    for (const std::string name : {" a", "a.", "..a.", "CON", "con.txt", "Prn.", "aux.tar.gz", "NUL", "COM0", "com9.x",
+                                   "LPT1", "_vti_", "a_VTI_b"})
+        EXPECT_TRUE(OneDriveNames::isRefusedByClients(name)) << name;
+    for (const std::string name : {"a", "a b", "CONE", "co", "xCON", "COM", "COM10", "COMX.a", "LPT", "icon.nul",
+                                   "con_", "vti_", "_vti", "Ä", "nu\u0308l", "a .txt"})
+        EXPECT_FALSE(OneDriveNames::isRefusedByClients(name)) << name;
+}
+
+TEST(FolderNames, AreRefusedWhereOneOnThePathCannotBeStored) {
+    for (const char *path : {"a:b", "a/end ", "a?/b", "x/\t/y"})
+        EXPECT_TRUE(OneDriveNames::folderRefusal(QString::fromUtf8(path))) << path;
+    for (const char *path : {"", "a", "a/ b/c.", "Bücher/é"})
+        EXPECT_FALSE(OneDriveNames::folderRefusal(QString::fromUtf8(path))) << path;
+}
+
 } // namespace

@@ -161,6 +161,31 @@ TEST(SyncRunner, RecordsTwoThousandCopies) {
 }
 
 /// Deeper and longer than any path that the kernel takes in one piece.
+TEST(SyncRunner, NotesWhatMayNotReachTheCloudUpToDateOrNot) {
+    Sandbox box;
+    for (const std::string path : {"CON/aux.txt", "end.", " lead/ok", "fine", "what?", "clash."})
+        box.file("Aé/" + path);
+    box.dir("OneDrive/Aé/clash."); // nothing of it is stored
+    std::string deep = "Aé";
+    for (int i = 0; i < 39; ++i)
+        deep += "/ddddddddd"; // 392 UTF-16 units in all
+    box.file(deep + "/" + std::string(7, 'e'));
+    SyncJob job = box.job("Aé");
+    job.oneDrive = box / "OneDrive";
+    const auto noteOf = [&] {
+        Lines notes = told(run({job}));
+        std::erase_if(notes, [](const std::string &line) { return line.find("clients refuse") == std::string::npos; });
+        return notes.empty() ? std::string() : notes.front();
+    };
+    const std::string first = noteOf();
+    EXPECT_TRUE(first.starts_with("note: Aé: 4 items have a name or a path that OneDrive clients refuse (“"))
+        << first << " (CON, aux.txt, end., lead)";
+    EXPECT_TRUE(first.ends_with(" and 1 more). Their backup may not reach the cloud.")) << first;
+    EXPECT_EQ(noteOf(), first) << "up to date";
+    box.file(deep + "/" + std::string(8, 'e'));
+    EXPECT_TRUE(noteOf().starts_with("note: Aé: 5 items")) << "401 characters";
+}
+
 TEST(SyncRunner, CopiesAPathThatIsTooLongForOneCall) {
     Sandbox box;
     std::string deep = "d";
