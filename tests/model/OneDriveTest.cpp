@@ -84,6 +84,18 @@ TEST_F(MountedOneDrive, ChoosingAnewForgetsTheMount) {
     mount();
     EXPECT_EQ(model->chooseOneDrive(oneDrive), std::nullopt);
     EXPECT_EQ(kept(), oneDrive);
+    unmount();
+    EXPECT_EQ(model->chooseOneDrive(oneDrive), std::nullopt);
+    EXPECT_EQ(kept(), "") << "the same folder, but chosen anew";
+    EXPECT_TRUE(model->canSync());
+    mount();
+    model->refreshEnvironment();
+    unmount();
+    AppConfig config = model->config();
+    EXPECT_EQ(text(config.oneDriveMountPoint), oneDrive);
+    config.oneDriveRootPath.reset();
+    model->setConfig(config);
+    EXPECT_EQ(kept(), "") << "another setting";
 }
 
 TEST_F(MountedOneDrive, WhoOnlyLooksRemembersNothing) {

@@ -83,7 +83,7 @@ TEST_F(OneDriveFolders, OfClientsAndBehindLinksComeAfterThoseFoundByName) {
     tree.link("OneDrive-nowhere", "none");
     tree.file(".config/onedrive/config", "sync_dir = \"~/data/synced\"");
     tree.file(".config/onedrive-work/config", "sync_dir = \"" + (tree / "data/second").native() + "\"");
-    tree.file(".config/signed-in/config", "sync_dir = \"~/OneDrive-B\"");
+    tree.file(".config/signed-in/config", "sync_dir = \"~/OneDrive-again\"");
     tree.file(".config/signed-in/refresh_token");
     tree.file(".config/other/config", "sync_dir = \"~/data/other\"");
     tree.file(".config/onedrive-relative/config", "sync_dir = \"data/named\"");
