@@ -6,7 +6,9 @@
 #include <QFile>
 #include <QHBoxLayout>
 #include <QRegularExpression>
+#include <QTextBlock>
 #include <QTextBrowser>
+#include <QTextTable>
 
 /// The macro wants to be used outside every namespace.
 static void loadPages() {
@@ -25,14 +27,43 @@ QString pageText() {
     return QString::fromUtf8(page.readAll()).replace(link, QStringLiteral("\\1"));
 }
 
+/// Markdown comes in without any air.
+void layOut(QTextDocument &page, const QPalette &palette) {
+    page.setDocumentMargin(18);
+    for (QTextBlock block = page.begin(); block.isValid(); block = block.next()) {
+        QTextBlockFormat format = block.blockFormat();
+        const bool isHeading = format.headingLevel() > 0;
+        format.setNonBreakableLines(false); // rather a broken command than a page that has to be scrolled sideways
+        format.setTopMargin(isHeading ? 18 : 0);
+        format.setBottomMargin(QTextCursor(block).currentTable() ? 0 : 7);
+        format.setLineHeight(118, QTextBlockFormat::ProportionalHeight);
+        QTextCursor(block).setBlockFormat(format);
+    }
+    for (QTextFrame *frame : page.rootFrame()->childFrames()) {
+        auto *table = qobject_cast<QTextTable *>(frame);
+        if (!table)
+            continue;
+        QTextTableFormat format = table->format();
+        format.setBorderCollapse(true);
+        format.setBorderBrush(Theme::primary(palette, 0.2));
+        format.setCellPadding(6);
+        format.setCellSpacing(0);
+        format.setBottomMargin(8);
+        table->setFormat(format);
+    }
+}
+
 } // namespace
 
 ClientsPage::ClientsPage(QWidget *parent) : QDialog(parent) {
     setWindowTitle(QStringLiteral("OneDrive clients"));
     auto *text = new QTextBrowser;
     text->setFont(Theme::font(Theme::Type::Body));
+    text->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    text->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     text->setFrameShape(QFrame::NoFrame);
     text->setMarkdown(pageText());
+    layOut(*text->document(), palette());
     text->setAccessibleName(windowTitle());
     QPushButton *close = Buttons::make(QStringLiteral("Close"));
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
@@ -43,5 +74,5 @@ ClientsPage::ClientsPage(QWidget *parent) : QDialog(parent) {
     layout->setContentsMargins(16, 16, 16, 16);
     layout->addWidget(text, 1);
     layout->addLayout(buttons);
-    resize(780, 620);
+    resize(860, 640);
 }

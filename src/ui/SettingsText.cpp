@@ -55,6 +55,14 @@ QString noOneDriveFolder(const AppModel &model) {
                                                                                       : QStringLiteral("Not found");
 }
 
+std::optional<QString> oneDriveNotice(const AppModel &model) {
+    const Locations::OneDriveInUse oneDrive = model.oneDriveInUse();
+    if (oneDrive.state == Locations::OneDriveInUse::State::NotFound && !oneDrive.goneChoice)
+        return QStringLiteral("OneDrive wasn't found on this computer. Choose its folder here, or set up a OneDrive "
+                              "client first.");
+    return model.oneDriveNotice();
+}
+
 QString oneDriveChoice(const Locations::OneDriveFolder &folder, const std::vector<Locations::OneDriveFolder> &found) {
     const auto reading = [](const Locations::OneDriveFolder &any) {
         const QString name = OneDriveText::displayName(any.url);

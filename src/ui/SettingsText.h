@@ -24,6 +24,8 @@ QString nameRules();
 std::optional<QString> oneDriveFolder(const AppModel &model);
 /// What stands in its place when there is none.
 QString noOneDriveFolder(const AppModel &model);
+/// What the user should know of the OneDrive folder, for where it can be chosen.
+std::optional<QString> oneDriveNotice(const AppModel &model);
 /// How a folder is called among the `found` ones: its name and what it is, with its path where two would read the same.
 QString oneDriveChoice(const Locations::OneDriveFolder &folder, const std::vector<Locations::OneDriveFolder> &found);
 /// "Version 1.0.0 (12)"; a value that is missing is an en dash.

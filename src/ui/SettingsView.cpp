@@ -183,7 +183,7 @@ void SettingsView::render() {
     const std::optional<QString> folder = SettingsText::oneDriveFolder(model);
     oneDrive->setText(folder.value_or(SettingsText::noOneDriveFolder(model)));
     Labels::setStrength(oneDrive, folder ? Strength::Secondary : Strength::Warning);
-    const std::optional<QString> notice = choiceRefusal ? choiceRefusal : model.oneDriveNotice();
+    const std::optional<QString> notice = choiceRefusal ? choiceRefusal : SettingsText::oneDriveNotice(model);
     oneDriveNotice->setText(notice.value_or(QString()));
     oneDriveNotice->setVisible(notice.has_value());
     clients->setVisible(!folder);

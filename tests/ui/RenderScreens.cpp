@@ -2,6 +2,7 @@
 
 #include "SampleWindow.h"
 #include "ui/AddFolderSheet.h"
+#include "ui/ClientsPage.h"
 #include "ui/FolderPanel.h"
 #include "ui/MainView.h"
 #include "ui/Theme.h"
@@ -79,6 +80,12 @@ void Series::drawWindow() {
     fs::rename(world.oneDrive(), world.top() / "gone");
     model.refreshEnvironment();
     save(view, "folders-no-onedrive");
+    model.setTab(MainTab::settings);
+    save(view, "settings-no-onedrive");
+    ClientsPage page;
+    page.show();
+    save(page, "clients");
+    model.setTab(MainTab::folders);
     fs::rename(world.top() / "gone", world.oneDrive());
     model.refreshEnvironment();
     model.showSampleProgress(someProgress());
