@@ -18,6 +18,7 @@
 #include <QProgressBar>
 #include <QTest>
 #include <QTextDocumentFragment>
+#include <QTextBrowser>
 #include <QToolButton>
 
 #include <algorithm>
@@ -323,8 +324,14 @@ TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
     EXPECT_EQ(texts(*change->menu()),
               (QStringList{QStringLiteral("OneDrive – Personal"), QStringLiteral("OneDrive – Work"), QString(),
                            QStringLiteral("Choose Another Folder…"), QStringLiteral("Detect Automatically")}));
+    EXPECT_TRUE(change->menu()->actions().at(0)->isChecked());
     change->menu()->actions().at(1)->trigger();
     EXPECT_TRUE(comesToShow(QStringLiteral("~/OneDrive-Work")));
+    Q_EMIT change->menu()->aboutToShow();
+    EXPECT_FALSE(change->menu()->actions().at(0)->isChecked());
+    answer({world.home({})});
+    change->menu()->actions().at(3)->trigger();
+    EXPECT_TRUE(comesToShow(QStringLiteral("“Home” can't be the OneDrive folder: your home folder is inside it.")));
     answer({world.home("Documents")});
     change->menu()->actions().at(3)->trigger();
     EXPECT_TRUE(comesToShow(QStringLiteral("~/Documents")));
@@ -334,6 +341,12 @@ TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
     fs::remove_all(world.oneDrive());
     model.refreshEnvironment();
     EXPECT_TRUE(comesToShow(QStringLiteral("Not found")));
+    EXPECT_TRUE(comesToShow(QStringLiteral("OneDrive wasn't found on this computer. Choose its folder here, or set up a "
+                                           "OneDrive client first.")));
+    click("About OneDrive Clients…");
+    const auto *page = view.findChild<QTextBrowser *>();
+    ASSERT_TRUE(page);
+    EXPECT_TRUE(page->toPlainText().contains(QStringLiteral("Which client should I take?")));
     Q_EMIT change->menu()->aboutToShow();
     EXPECT_EQ(texts(*change->menu()),
               (QStringList{QStringLiteral("Choose Another Folder…"), QStringLiteral("Detect Automatically")}));
