@@ -17,8 +17,8 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QTest>
-#include <QTextDocumentFragment>
 #include <QTextBrowser>
+#include <QTextDocumentFragment>
 #include <QToolButton>
 
 #include <algorithm>
@@ -341,8 +341,9 @@ TEST_F(WindowTest, EverySettingIsWrittenAtOnce) {
     fs::remove_all(world.oneDrive());
     model.refreshEnvironment();
     EXPECT_TRUE(comesToShow(QStringLiteral("Not found")));
-    EXPECT_TRUE(comesToShow(QStringLiteral("OneDrive wasn't found on this computer. Choose its folder here, or set up a "
-                                           "OneDrive client first.")));
+    EXPECT_TRUE(
+        comesToShow(QStringLiteral("OneDrive wasn't found on this computer. Choose its folder here, or set up a "
+                                   "OneDrive client first.")));
     click("About OneDrive Clients…");
     const auto *page = view.findChild<QTextBrowser *>();
     ASSERT_TRUE(page);
