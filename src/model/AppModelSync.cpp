@@ -81,7 +81,7 @@ void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger) {
     refreshEnvironment();
     std::vector<QString> notes;
     std::vector<SyncJob> jobs = buildJobs(pairIDs, notes);
-    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
+    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
     if (!jobs.empty() && oneDrive.goneChoice)
         notes.push_back(*oneDriveNotice());
     if (!jobs.empty())
@@ -125,15 +125,15 @@ std::optional<SyncJob> AppModel::buildJob(const FolderPair &pair, QString &note)
         note = QStringLiteral("“") + PairRow::nameOf(pair) + QStringLiteral("” was skipped: ") + reason;
         return std::nullopt;
     };
-    const std::optional<Locations::ResolvedFolder> original = Locations::resolveOriginal(pair, drives);
+    const std::optional<Locations::ResolvedFolder> &original = found(pair).original;
     if (!original)
         return skip(QStringLiteral("the drive “") + pair.volumeName + QStringLiteral("” isn't connected."));
-    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
+    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
     if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted)
         return skip(Locations::notMounted(*oneDrive.mountPoint));
     if (!oneDrive.root)
         return skip(QStringLiteral("OneDrive wasn't found. Choose your OneDrive folder in Settings."));
-    const Path backup = *backupURL(pair);
+    const Path backup = *found(pair).backup;
     if (!isContained(pair, *original, *oneDrive.root, backup))
         return skip(QStringLiteral("its stored folders lead outside the drive or OneDrive."));
     if (overlaps(original->folder, backup))
