@@ -20,8 +20,9 @@ int argumentCount = 1;
 char programName[] = "tarnwick-basic";
 char *argumentList[] = {programName, nullptr};
 
-/// Waits for the drive profiles and the log.
+/// Waits for the history, the drive profiles and the log.
 void writeEverythingDown() {
+    AppModel::flushHistory(std::chrono::seconds(30));
     AppModel::flushProfiles(std::chrono::seconds(5));
     Log::shared().flush(std::chrono::seconds(5));
 }

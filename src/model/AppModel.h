@@ -85,7 +85,7 @@ class AppModel : public QObject {
     /// Shows a running sync that isn't there, for pictures; cancelSync() has no effect on it.
     void showSampleProgress(const SyncProgress &sample);
 
-    /// Called once after every finished run, when everything about it is saved.
+    /// Called once after every finished run, when everything about it is saved or, as the history, on its way.
     std::function<void(const SyncRun &run)> onRunFinished;
     /// Once true, every delayed sync is dropped when its time comes.
     bool stopped = false;
@@ -161,6 +161,8 @@ class AppModel : public QObject {
     void writeProfiles();
     /// Waits until all drive profiles are written, for `limit` at most; false when that was not enough.
     static bool flushProfiles(std::chrono::milliseconds limit);
+    /// The same for the history.
+    static bool flushHistory(std::chrono::milliseconds limit);
 
   Q_SIGNALS:
     /// Something but the progress has changed; told once per turn of the event loop.

@@ -26,6 +26,12 @@ constexpr int pendingDelay = 2000;
 constexpr std::size_t historyCap = 60;
 constexpr std::size_t loggedLines = 50;
 
+/// Never destroyed: it may still be writing when the process ends.
+SerialQueue &historyQueue() {
+    static auto *const queue = new SerialQueue;
+    return *queue;
+}
+
 /// Whether a stored relative path, read as text, stays below its base.
 bool staysBelow(const QString &rel) {
     const QStringList parts = rel.split(u'/');
@@ -209,7 +215,8 @@ void AppModel::finish(SyncRun run) {
     runs.insert(runs.begin(), run);
     if (runs.size() > historyCap)
         runs.resize(historyCap);
-    Store::save(runs);
+    // A long history takes longer to write than a click should wait.
+    historyQueue().post([saved = runs] { Store::save(saved); });
     selectedRun = run.id;
     noteChange();
     noteResults(run);
@@ -242,4 +249,8 @@ void AppModel::syncLater(int milliseconds, const PairIDs &ids, SyncTrigger trigg
         if (!stopped)
             sync(ids, trigger);
     });
+}
+
+bool AppModel::flushHistory(std::chrono::milliseconds limit) {
+    return historyQueue().drain(limit);
 }

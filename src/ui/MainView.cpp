@@ -70,10 +70,20 @@ void MainView::render() {
     card->render();
     tabs->render(model.tab());
     content->setCurrentIndex(static_cast<int>(model.tab()));
-    folders->render();
-    activity->render();
-    settings->render();
+    renderTab();
     renderSheet();
+}
+
+/// Only the one that is shown: a change of the tab renders, too.
+void MainView::renderTab() {
+    switch (model.tab()) {
+    case MainTab::folders:
+        return folders->render();
+    case MainTab::activity:
+        return activity->render();
+    case MainTab::settings:
+        return settings->render();
+    }
 }
 
 void MainView::changeEvent(QEvent *event) {
@@ -83,6 +93,9 @@ void MainView::changeEvent(QEvent *event) {
     // Later, because the style sheet gives other widgets their old palette back after this.
     const auto takeOver = [this] {
         Labels::takeOverPalette(*this);
+        folders->render();
+        activity->render();
+        settings->render();
         render();
     };
     QMetaObject::invokeMethod(this, takeOver, Qt::QueuedConnection);

@@ -28,6 +28,7 @@ class MainView : public QWidget {
     void changeEvent(QEvent *event) override;
 
   private:
+    void renderTab();
     QAction *makeSyncNow();
     QWidget *makeTabBar();
     void renderSheet();

@@ -112,7 +112,8 @@ class Desktop:
         for file, content in files.items():
             (self.home / name).mkdir(exist_ok=True)
             (self.home / name / file).write_text(content)
-        outcome = self.run("--add", self.home / name, self.cloud / name)
+        stored = re.sub('[<>]', "-", name)  # as OneDrive can store it
+        outcome = self.run("--add", self.home / name, self.cloud / stored)
         assert outcome.returncode == 0, outcome.stderr
 
     @property
@@ -127,7 +128,7 @@ class Desktop:
         return json.loads(file.read_text()) if file.exists() else []
 
     def log(self):
-        file = self.home / "Library/Logs/Tarnwick Basic/Tarnwick Basic.log"
+        file = self.home / ".local/state/Tarnwick Basic/Tarnwick Basic.log"
         return re.sub(r"(?m)^.{19}  ", "", file.read_text()) if file.exists() else ""
 
     def windows(self):
