@@ -75,8 +75,8 @@ class Desktop:
         service.write_text(f"[D-BUS Service]\nName={name}\nExec={program}\n")
 
     def start(self, *words, **options):
-        child = subprocess.Popen(words, cwd="/", stderr=subprocess.DEVNULL,
-                                 **{"stdout": subprocess.DEVNULL, **options})
+        child = subprocess.Popen(words, cwd="/",
+                                 **{"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options})
         self.children.append(child)
         return child
 
@@ -127,7 +127,7 @@ class Desktop:
         return json.loads(file.read_text()) if file.exists() else []
 
     def log(self):
-        file = self.home / "Library/Logs/Tarnwick Basic/Tarnwick Basic.log"
+        file = self.home / ".local/state/Tarnwick Basic/Tarnwick Basic.log"
         return re.sub(r"(?m)^.{19}  ", "", file.read_text()) if file.exists() else ""
 
     def windows(self):
