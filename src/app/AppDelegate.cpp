@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "app/FolderCommands.h"
 #include "app/MainWindow.h"
 #include "app/ModelSession.h"
 #include "app/StatusText.h"
@@ -15,6 +16,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
+
+#include <utility>
 
 AppDelegate::AppDelegate(ModelSession &modelSession, Launch how)
     : session(modelSession), model(session.model()), launch(how) {
@@ -101,6 +104,21 @@ void AppDelegate::syncNow() {
     model.sync(std::nullopt, SyncTrigger::manual);
 }
 
+std::optional<QString> AppDelegate::syncFor(const std::vector<std::string> &namesOrIds,
+                                            std::function<void(const SyncRun &)> ended) {
+    if (model.busy())
+        return QStringLiteral("A sync is already running.");
+    const FolderCommands::Chosen chosen = FolderCommands::chosen(model, namesOrIds);
+    if (chosen.refusal)
+        return chosen.refusal;
+    whenEnded = std::move(ended);
+    model.sync(chosen.ids, SyncTrigger::manual);
+    if (model.busy() || !whenEnded)
+        return std::nullopt;
+    whenEnded = nullptr;
+    return model.message();
+}
+
 void AppDelegate::cancelSync() {
     model.cancelSync();
 }
@@ -134,6 +152,8 @@ bool AppDelegate::userSeesTheWindow() const {
 void AppDelegate::runFinished(const SyncRun &run) {
     if (model.config().notifications && (run.trigger != SyncTrigger::manual || !userSeesTheWindow()))
         Notifier::post(StatusText::notificationTitle(run), run.headline());
+    if (const auto tell = std::exchange(whenEnded, nullptr))
+        tell(run);
 }
 
 void AppDelegate::applicationShouldTerminate() {

@@ -8,6 +8,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 class AppModel;
 class MainWindow;
@@ -42,6 +45,10 @@ class AppDelegate : public QObject {
     void showActivity(const QString &activationToken = {});
     void addFolder(const QString &activationToken = {});
     void syncNow();
+    /// Syncs the named folders, or all when none is named, for somebody who waits: `ended` gets the run. The refusal
+    /// when nothing is synced; `ended` is not called then.
+    std::optional<QString> syncFor(const std::vector<std::string> &namesOrIds,
+                                   std::function<void(const SyncRun &run)> ended);
     void cancelSync();
     void toggleAuto();
 
@@ -65,5 +72,6 @@ class AppDelegate : public QObject {
     Launch launch;
     std::unique_ptr<StatusItem> statusItem;
     std::unique_ptr<MainWindow> window;
-    QPointer<QMessageBox> question; // before quitting, while it is asked
+    QPointer<QMessageBox> question;                    // before quitting, while it is asked
+    std::function<void(const SyncRun &run)> whenEnded; // for whoever waits for the running sync
 };

@@ -1,5 +1,6 @@
 #include "app/ModelSession.h"
 
+#include "app/Console.h"
 #include "app/Locale.h"
 #include "model/AppModel.h"
 #include "store/Log.h"
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 
 #include <unistd.h>
 
@@ -70,6 +72,17 @@ AppModel &ModelSession::model() {
     return AppModel::shared();
 }
 
+void ModelSession::startModel() {
+    model().start(false);
+    tellNotice();
+}
+
+void ModelSession::tellNotice() {
+    const std::optional<QString> notice = model().banner();
+    if (notice && std::exchange(toldNotice, notice) != notice)
+        Console::error(*notice);
+}
+
 void ModelSession::followDrives() {
     // A working directory on a drive would keep it from being ejected; all paths are absolute by now.
     [[maybe_unused]] const int ignored = ::chdir("/");
@@ -103,6 +116,6 @@ void ModelSession::end(int exitStatus) {
     endsOnExit = false;
     if (model().busy()) {
         std::fflush(nullptr);
-        ::_exit(exitStatus);
+        ::_exit(Console::finish(exitStatus));
     }
 }

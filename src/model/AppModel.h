@@ -141,6 +141,7 @@ class AppModel : public QObject {
     std::optional<Source> locateSource(const Path &url) const;
     /// The folder relative to the OneDrive folder; none when it isn't below it.
     std::optional<QString> oneDriveRelativePath(const Path &url) const;
+    /// As Locations::overlap().
     static bool overlaps(const Path &a, const Path &b);
     static std::optional<QString> backupFolderProblem(const Path &url);
 

@@ -159,7 +159,7 @@ std::optional<QString> AppModel::oneDriveRelativePath(const Path &url) const {
 }
 
 bool AppModel::overlaps(const Path &a, const Path &b) {
-    return Paths::overlap(a, b);
+    return Locations::overlap(a, b);
 }
 
 std::optional<QString> AppModel::backupFolderProblem(const Path &url) {

@@ -124,6 +124,10 @@ std::optional<QString> oneDriveRefusal(const fs::path &folder, Disk &disk);
 /// given, then standardised, then with links resolved; the answer keeps the capitals of `url`.
 std::optional<QString> relativePath(const fs::path &url, const fs::path &base, Disk &disk);
 
+/// Whether the two folders are the same or one lies inside the other: as they are written, without regard to case, or
+/// with their links resolved. Looks at both paths on the disk.
+bool overlap(const fs::path &a, const fs::path &b);
+
 struct ResolvedFolder {
     VolumeInfo volume;
     fs::path folder;

@@ -30,6 +30,10 @@ std::optional<QString> relativePath(const fs::path &url, const fs::path &base, D
     return relativeText(disk.resolved(path), disk.resolved(top));
 }
 
+bool overlap(const fs::path &a, const fs::path &b) {
+    return Paths::overlap(a, b) || Paths::overlap(resolved(a), resolved(b));
+}
+
 std::optional<ResolvedFolder> resolveOriginal(const FolderPair &pair, const std::vector<VolumeInfo> &volumes,
                                               Disk &disk) {
     const auto folderOn = [&](const fs::path &top) {

@@ -75,8 +75,8 @@ class Desktop:
         service.write_text(f"[D-BUS Service]\nName={name}\nExec={program}\n")
 
     def start(self, *words, **options):
-        child = subprocess.Popen(words, cwd="/", stderr=subprocess.DEVNULL,
-                                 **{"stdout": subprocess.DEVNULL, **options})
+        child = subprocess.Popen(words, cwd="/",
+                                 **{"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options})
         self.children.append(child)
         return child
 
