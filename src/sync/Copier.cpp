@@ -53,14 +53,24 @@ FileData::Devices devicesOf(dev_t a, dev_t b) {
     return a == b ? FileData::Devices::Same : FileData::Devices::Different;
 }
 
+void close(FileDescriptor &file) {
+    if (const int error = file.close())
+        fail(error, "close");
+}
+
 /// Some file systems tell only in closing that what was written isn't stored, and some of them upload then.
 void writeDown(FileDescriptor &file, Durability::Method durability) {
     if (durability == Durability::Method::EachFile) {
         if (const int error = Durability::flushFile(file.get()))
             fail(error, "fsync");
+        // A mount by rclone only begins to upload an empty file in a first close, and tells in another how that went.
+        if (factsOf(file.get()).st_size == 0) {
+            FileDescriptor first(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0));
+            if (first)
+                close(first);
+        }
     }
-    if (const int error = file.close())
-        fail(error, "close");
+    close(file);
 }
 
 /// Sees to it that a published copy has its date: some file systems forget it in a rename, and a sync client may touch

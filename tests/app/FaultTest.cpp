@@ -1,6 +1,5 @@
 #include "app/ProgramTest.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <ostream>
@@ -35,17 +34,6 @@ class Meddling : public ProgramTest {
         program.words.insert(program.words.begin(), words.begin(), words.end());
         program.environment["ASAN_OPTIONS"] = "detect_leaks=0"; // needs to trace the process itself
         return program;
-    }
-
-    /// The error lines and what stopped the run early.
-    static Lines toldBy(const SyncRun &run) {
-        Lines lines;
-        for (const QString &line : run.errors)
-            lines.push_back(line.toStdString());
-        std::sort(lines.begin(), lines.end());
-        if (run.fatal)
-            lines.push_back(run.fatal->toStdString());
-        return lines;
     }
 };
 

@@ -3,6 +3,7 @@
 #include "records/Json.h"
 #include "store/TestRoot.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <regex>
 #include <sstream>
@@ -100,6 +101,18 @@ SyncRun ProgramTest::recordOf(const std::string &printed) {
     const SyncRun run = Json::fromBytes<SyncRun>(QByteArray::fromStdString(printed));
     EXPECT_EQ(printed, (Json::toBytes(run) + '\n').toStdString()) << "the layout of the program's own files";
     return run;
+}
+
+ProgramTest::Lines ProgramTest::toldBy(const SyncRun &run) {
+    Lines lines;
+    for (const auto *sentences : {&run.errors, &run.notes}) {
+        for (const QString &sentence : *sentences)
+            lines.push_back(sentence.toStdString());
+    }
+    std::sort(lines.begin(), lines.end());
+    if (run.fatal)
+        lines.push_back(run.fatal->toStdString());
+    return lines;
 }
 
 ModelTest::ModelTest() {

@@ -49,6 +49,8 @@ class ProgramTest : public testing::Test {
 
     /// A run record as it was printed, which must be nothing but that.
     static SyncRun recordOf(const std::string &printed);
+    /// The error lines and the notes in the order of their text, and what stopped the run early.
+    static Lines toldBy(const SyncRun &run);
 
     TestTree tree;
 };

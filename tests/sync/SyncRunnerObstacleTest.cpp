@@ -124,4 +124,19 @@ TEST(SyncRunner, WhatAnOrdinaryUserMayNotReadOrWriteIsAnErrorLine) {
                                    "pair B: 0, 0, 2"}));
 }
 
+TEST(SyncRunner, AFolderThatAnOrdinaryUserMayNotEnterKeepsNoOtherFileFromTheDisk) {
+    EXPECT_EQ(PlanUnderTest::asOrdinaryUser([] {
+                  Sandbox box;
+                  box.file("A/sub/file"); // the first to touch the disk
+                  box.file("B/file");
+                  box.dir("OneDrive/A/sub");
+                  fs::permissions(box / "OneDrive/A/sub", fs::perms(0400));
+                  const std::string lines = PlanUnderTest::text(told(run({box.job("A"), box.job("B")})));
+                  fs::permissions(box / "OneDrive/A/sub", fs::perms(0700));
+                  return lines + PlanUnderTest::text(box.leftovers());
+              }),
+              PlanUnderTest::text({"copied 1, 7, folders 1", "error: A/sub/file: Permission denied", "added file 7",
+                                   "pair A: 0, 0, 1", "pair B: 1, 7, 0"}));
+}
+
 } // namespace
