@@ -1,20 +1,17 @@
 #include "app/BusService.h"
 
 #include "app/AppDelegate.h"
+#include "app/HolderBus.h"
 #include "app/SyncService.h"
 #include "store/Store.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusReply>
-
-#include <limits>
+#include <QDBusPendingCall>
 
 namespace {
 
 const auto name = QStringLiteral("org.tarnwick.Basic");
-const auto path = QStringLiteral("/org/tarnwick/Basic");
 const auto interface = QStringLiteral("org.freedesktop.Application");
 const auto tokenKey = QStringLiteral("activation-token");
 
@@ -37,20 +34,6 @@ QString ownBusAddress() {
     return QStringLiteral("unix:path=") + QString::fromLatin1(place.toPercentEncoding("/", "~"));
 }
 
-/// A connection to the bus that the lock's holder is on, which need not be this process's own: one that is started by
-/// cron or over ssh has none. Stays open to the end of the process.
-QDBusConnection busOf(const SettingsLock::Holder &holder) {
-    const QString connection = QStringLiteral("bus of ") + QString::number(holder.process) + u' ' + holder.busName;
-    QDBusConnection bus = QDBusConnection::connectToBus(holder.busAddress, connection);
-    if (!bus.isConnected())
-        QDBusConnection::disconnectFromBus(connection); // the next try begins anew
-    return bus;
-}
-
-bool isOn(const QDBusConnection &bus, const SettingsLock::Holder &holder) {
-    return bus.isConnected() && bus.interface()->servicePid(holder.busName) == holder.process;
-}
-
 } // namespace
 
 BusService::BusService(AppDelegate &appDelegate, const SettingsLock &lock)
@@ -59,7 +42,7 @@ BusService::BusService(AppDelegate &appDelegate, const SettingsLock &lock)
     if (!bus.isConnected())
         return;
     new SyncService(appDelegate); // the delegate's, so that it can still answer when this has gone
-    bus.registerObject(path, &appDelegate);
+    bus.registerObject(HolderBus::path, &appDelegate);
     if (!Store::isTestMode())
         bus.interface()->registerService(name); // an application with other settings may have it
     lock.announce(bus.baseService(), ownBusAddress());
@@ -69,37 +52,24 @@ BusService::~BusService() {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.unregisterObject(path);
+    bus.unregisterObject(HolderBus::path);
     bus.interface()->unregisterService(name);
 }
 
 bool BusService::isReachable(const SettingsLock &lock) {
-    const std::optional<SettingsLock::Holder> holder = lock.holder();
-    return holder && isOn(busOf(*holder), *holder);
+    return HolderBus(lock).isReached();
 }
 
 bool BusService::tell(const SettingsLock &lock, const QString &action) {
-    const std::optional<SettingsLock::Holder> holder = lock.holder();
-    if (!holder || !isOn(busOf(*holder), *holder))
+    const HolderBus bus(lock);
+    if (!bus.isReached())
         return false;
-    QDBusMessage call = QDBusMessage::createMethodCall(holder->busName, path, interface,
-                                                       action.isEmpty() ? QStringLiteral("Activate")
-                                                                        : QStringLiteral("ActivateAction"));
-    if (action.isEmpty())
-        call.setArguments({ownPlatformData()});
-    else
-        call.setArguments({action, QVariantList(), ownPlatformData()});
-    return busOf(*holder).call(call, QDBus::Block, 5000).type() == QDBusMessage::ReplyMessage;
-}
-
-std::optional<QDBusPendingCall> BusService::askToSync(const SettingsLock &lock, const QStringList &namesOrIds) {
-    const std::optional<SettingsLock::Holder> holder = lock.holder();
-    if (!holder || !isOn(busOf(*holder), *holder))
-        return std::nullopt;
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(holder->busName, path, SyncService::interface, QStringLiteral("Sync"));
-    call.setArguments({namesOrIds});
-    return busOf(*holder).asyncCall(call, std::numeric_limits<int>::max());
+    QDBusPendingCall call =
+        action.isEmpty()
+            ? bus.call(interface, QStringLiteral("Activate"), {ownPlatformData()}, 5000)
+            : bus.call(interface, QStringLiteral("ActivateAction"), {action, QVariantList(), ownPlatformData()}, 5000);
+    call.waitForFinished();
+    return !call.isError();
 }
 
 void BusService::Activate(const QVariantMap &platformData) {

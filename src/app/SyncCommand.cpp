@@ -1,9 +1,9 @@
 #include "app/SyncCommand.h"
 
 #include "app/Arguments.h"
-#include "app/BusService.h"
 #include "app/Console.h"
 #include "app/FolderCommands.h"
+#include "app/HolderBus.h"
 #include "app/ModelSession.h"
 #include "app/ResultText.h"
 #include "app/StopSignals.h"
@@ -17,6 +17,7 @@
 #include <QDBusPendingCallWatcher>
 
 #include <array>
+#include <limits>
 
 namespace SyncCommand {
 
@@ -97,10 +98,11 @@ int handOver(const SettingsLock &lock, const std::vector<std::string> &namesOrId
     QStringList names;
     for (const std::string &name : namesOrIds)
         names.append(Text::fromBytes(name));
-    const std::optional<QDBusPendingCall> call = BusService::askToSync(lock, names);
-    if (!call)
+    const HolderBus bus(lock);
+    if (!bus.isReached())
         return refuse(ModelSession::alreadyRunning());
-    const QDBusPendingCallWatcher answer(*call);
+    constexpr int forEver = std::numeric_limits<int>::max();
+    const QDBusPendingCallWatcher answer(bus.call(SyncService::interface, QStringLiteral("Sync"), {names}, forEver));
     while (!answer.isFinished() && !stopRequest.isCancelled())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     if (answer.isFinished())
