@@ -73,7 +73,7 @@ class Application(unittest.TestCase):
 
     def test_notifications(self):
         desktop, server = self.desktop, NotificationServer(self.desktop.bus)
-        desktop.add("R&D", {"a.txt": "one"})
+        desktop.add("R&D <b>", {"a.txt": "one"})
         desktop.launch()
         wait_for("the window", desktop.windows)
         desktop.start_panel()
@@ -81,7 +81,7 @@ class Application(unittest.TestCase):
         desktop.run("--sync")  # watched in the open window: no notification
         wait_for("the end of the first run", lambda: "last sync" in desktop.tooltip())
         self.close_window()
-        (desktop.home / "R&D").rename(desktop.home / "away")
+        (desktop.home / "R&D <b>").rename(desktop.home / "away")
         desktop.run("--sync")
         wait_for("the second run", lambda: len(desktop.history()) == 2)
         wait_for("a notification", lambda: server.shown)
@@ -105,7 +105,7 @@ class Application(unittest.TestCase):
             runs = len(desktop.history())
             desktop.run("--sync")
             wait_for("the run", lambda: len(desktop.history()) > runs)
-            (desktop.home / "R&D").mkdir(exist_ok=True)
+            (desktop.home / "R&D <b>").mkdir(exist_ok=True)
         wait_for("the last notification", lambda: len(server.shown) == 3)
         self.assertEqual(server.shown[2]["body"], "Everything was already up to date")
 
