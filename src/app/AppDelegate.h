@@ -6,14 +6,17 @@
 #include <QPointer>
 #include <QString>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class AppModel;
 class MainWindow;
 class ModelSession;
 class QMessageBox;
 struct SyncRun;
+struct VolumeInfo;
 
 /// The application around the model: launch, status item, window, notifications, and the question before quitting. For
 /// the main thread.
@@ -56,8 +59,11 @@ class AppDelegate : public QObject {
     void makeStatusItem();
     void completeFirstRun();
     void runFinished(const SyncRun &run);
+    const VolumeInfo *driveAt(const std::filesystem::path &folder) const;
     void openForTest();
     bool userSeesTheWindow() const;
+    void askBeforeQuitting();
+    void stopAndQuit();
     void quit();
 
     ModelSession &session;
@@ -65,5 +71,6 @@ class AppDelegate : public QObject {
     Launch launch;
     std::unique_ptr<StatusItem> statusItem;
     std::unique_ptr<MainWindow> window;
-    QPointer<QMessageBox> question; // before quitting, while it is asked
+    std::optional<std::filesystem::path> ejected; // what the user waits for, while a sync is stopped for it
+    QPointer<QMessageBox> question;               // before quitting, while it is asked
 };

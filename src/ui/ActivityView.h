@@ -15,6 +15,8 @@ class ActivityView : public QWidget {
     explicit ActivityView(AppModel &appModel, QWidget *parent = nullptr);
 
     void render();
+    /// Less high: for windows with little room.
+    void setCompact(bool isCompact) { bar->setVisible(!isCompact); }
 
   private:
     QWidget *makeBar();
@@ -23,6 +25,7 @@ class ActivityView : public QWidget {
 
     AppModel &model;
     BannerView *banner;
+    QWidget *bar;
     EmptyStateView *empty;
     QWidget *history;
     RunListModel *runs;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "records/SyncRun.h"
+#include "ui/RunText.h"
 
 #include <QWidget>
 
@@ -10,6 +11,7 @@
 class GlyphView;
 class QLabel;
 class QListView;
+class QMenu;
 class RunDetailModel;
 class RunDetailRow;
 class StatTile;
@@ -21,8 +23,10 @@ class RunDetailView : public QWidget {
 
     void render(const SyncRun &shown);
 
-    /// Shows the copied file in the file manager; sounds the alert when it is gone.
-    static void showFile(const ChangeRecord &change);
+    /// Shows the file in the file manager; sounds the alert when it is gone.
+    static void showFile(const QString &path);
+    /// Fills a fresh menu with what can be done with the file of a line; with nothing where the line has none.
+    static void fillContextMenu(QMenu &menu, const RunText::Item &item);
 
   protected:
     bool eventFilter(QObject *object, QEvent *event) override;
@@ -30,6 +34,7 @@ class RunDetailView : public QWidget {
   private:
     QWidget *makeHeader();
     void copySelected() const;
+    void popUpMenu(const QPoint &place);
 
     GlyphView *icon;
     QLabel *headline;
