@@ -63,13 +63,23 @@ QWidget *ActivityView::makeHistory() {
 }
 
 void ActivityView::render() {
-    banner->render(model.banner(), Theme::accent(palette()));
+    renderBanner();
     empty->setVisible(model.history().empty());
     history->setVisible(!model.history().empty());
     isRendering = true;
     runs->setRuns(model.history());
     renderSelection();
     isRendering = false;
+}
+
+void ActivityView::setCompact(bool compact) {
+    isCompact = compact;
+    bar->setVisible(!isCompact);
+    renderBanner();
+}
+
+void ActivityView::renderBanner() {
+    banner->render(isCompact ? std::nullopt : model.banner(), Theme::accent(palette()));
 }
 
 void ActivityView::renderSelection() {

@@ -15,12 +15,13 @@ class ActivityView : public QWidget {
     explicit ActivityView(AppModel &appModel, QWidget *parent = nullptr);
 
     void render();
-    /// Less high: for windows with little room.
-    void setCompact(bool isCompact) { bar->setVisible(!isCompact); }
+    /// Less high: for windows with little room. Then the notice stands in the Folders tab alone.
+    void setCompact(bool compact);
 
   private:
     QWidget *makeBar();
     QWidget *makeHistory();
+    void renderBanner();
     void renderSelection();
 
     AppModel &model;
@@ -32,4 +33,5 @@ class ActivityView : public QWidget {
     QListView *list;
     RunDetailView *detail;
     bool isRendering = false;
+    bool isCompact = false;
 };

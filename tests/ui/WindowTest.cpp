@@ -529,7 +529,9 @@ std::string cutControls(const QWidget &window) {
 }
 
 TEST_F(WindowTest, EverythingIsReachableInASmallWindow) {
-    view.resize(900, 430); // what a panel, a title bar and the menu bar leave of 960 x 540
+    view.setMinimumSize(1, 1); // the window that it is a part of decides
+    view.resize(900, 430);     // what a panel, a title bar and the menu bar leave of 960 x 540
+    ASSERT_EQ(view.size(), QSize(900, 430));
     for (const bool isFilled : {false, true}) {
         if (isFilled)
             fill();
@@ -537,8 +539,8 @@ TEST_F(WindowTest, EverythingIsReachableInASmallWindow) {
             model.setTab(tab);
             QCoreApplication::processEvents();
             EXPECT_EQ(cutControls(view), "") << title(tab).toStdString();
-            EXPECT_LE(view.minimumSizeHint().width(), view.width()) << title(tab).toStdString();
-            EXPECT_LE(view.minimumSizeHint().height(), view.height()) << title(tab).toStdString();
+            for (const QListView *list : view.findChildren<QListView *>())
+                EXPECT_TRUE(!list->isVisible() || list->height() >= 100) << list->accessibleName().toStdString();
         }
     }
     AddFolderSheet sheet(model, &view);
