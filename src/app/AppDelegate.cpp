@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "app/FolderCommands.h"
 #include "app/MainWindow.h"
 #include "app/ModelSession.h"
 #include "app/StatusText.h"
@@ -109,6 +110,21 @@ void AppDelegate::syncNow() {
     model.sync(std::nullopt, SyncTrigger::manual);
 }
 
+std::optional<QString> AppDelegate::syncFor(const std::vector<std::string> &namesOrIds,
+                                            std::function<void(const SyncRun &)> ended) {
+    if (model.busy())
+        return QStringLiteral("A sync is already running.");
+    const FolderCommands::Chosen chosen = FolderCommands::chosen(model, namesOrIds);
+    if (chosen.refusal)
+        return chosen.refusal;
+    whenEnded = std::move(ended);
+    model.sync(chosen.ids, SyncTrigger::manual);
+    if (model.busy() || !whenEnded)
+        return std::nullopt;
+    whenEnded = nullptr;
+    return model.message();
+}
+
 void AppDelegate::cancelSync() {
     model.cancelSync();
 }
@@ -140,10 +156,15 @@ bool AppDelegate::userSeesTheWindow() const {
 }
 
 void AppDelegate::runFinished(const SyncRun &run) {
-    const std::optional<std::filesystem::path> wanted = std::exchange(ejected, std::nullopt);
-    if (!model.config().notifications)
-        return;
-    const VolumeInfo *drive = wanted ? driveAt(*wanted) : nullptr;
+    if (model.config().notifications)
+        notify(run);
+    ejected.reset();
+    if (const auto tell = std::exchange(whenEnded, nullptr))
+        tell(run);
+}
+
+void AppDelegate::notify(const SyncRun &run) {
+    const VolumeInfo *drive = ejected ? driveAt(*ejected) : nullptr;
     if (drive)
         Notifier::post(StatusText::canBeEjected(drive->name), run.headline());
     else if (run.trigger != SyncTrigger::manual || !userSeesTheWindow())

@@ -10,6 +10,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 class AppModel;
 class MainWindow;
@@ -45,6 +47,10 @@ class AppDelegate : public QObject {
     void showActivity(const QString &activationToken = {});
     void addFolder(const QString &activationToken = {});
     void syncNow();
+    /// Syncs the named folders, or all when none is named, for somebody who waits: `ended` gets the run. The refusal
+    /// when nothing is synced; `ended` is not called then.
+    std::optional<QString> syncFor(const std::vector<std::string> &namesOrIds,
+                                   std::function<void(const SyncRun &run)> ended);
     void cancelSync();
     void toggleAuto();
 
@@ -59,6 +65,7 @@ class AppDelegate : public QObject {
     void makeStatusItem();
     void completeFirstRun();
     void runFinished(const SyncRun &run);
+    void notify(const SyncRun &run);
     const VolumeInfo *driveAt(const std::filesystem::path &folder) const;
     void openForTest();
     bool userSeesTheWindow() const;
@@ -71,6 +78,7 @@ class AppDelegate : public QObject {
     Launch launch;
     std::unique_ptr<StatusItem> statusItem;
     std::unique_ptr<MainWindow> window;
-    std::optional<std::filesystem::path> ejected; // what the user waits for, while a sync is stopped for it
-    QPointer<QMessageBox> question;               // before quitting, while it is asked
+    std::optional<std::filesystem::path> ejected;      // what the user waits for, while a sync is stopped for it
+    QPointer<QMessageBox> question;                    // before quitting, while it is asked
+    std::function<void(const SyncRun &run)> whenEnded; // for whoever waits for the running sync
 };

@@ -1,14 +1,13 @@
 #include "app/Application.h"
 
 #include "app/AppDelegate.h"
-#include "app/Arguments.h"
 #include "app/BusService.h"
 #include "app/Console.h"
+#include "app/LaunchOptions.h"
 #include "app/ModelSession.h"
 #include "app/StopSignals.h"
 #include "app/TarnwickBasicMain.h"
 #include "app/Windows.h"
-#include "base/Text.h"
 #include "model/AppModel.h"
 #include "store/Store.h"
 
@@ -19,6 +18,8 @@
 
 #include <ctime>
 #include <optional>
+
+#include <unistd.h>
 
 namespace {
 
@@ -31,6 +32,12 @@ void quitSoon() {
     if (QCoreApplication *application = QCoreApplication::instance())
         QMetaObject::invokeMethod(
             application, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+}
+
+/// A person starts it from a menu, which gives a token along, or from a terminal.
+bool isStartedByHand() {
+    return qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN") || qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID") ||
+           ::isatty(STDIN_FILENO) == 1 || ::isatty(STDOUT_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
 }
 
 /// Desktops that start the application without saying that it is at login have not been up for long then.
@@ -71,6 +78,14 @@ int refuse(const QString &sentence) {
 } // namespace
 
 int Application::run(const std::vector<std::string> &arguments) {
+    const LaunchOptions options = LaunchOptions::parse(arguments);
+    if (options.refusal) {
+        Console::error(*options.refusal);
+        return WrongUsage;
+    }
+    const bool isAtLogin =
+        options.login || (hasJustBooted() && !isStartedByHand()); // the toolkit takes the tokens away
+    Windows::useToolkitOptions(options.toolkit);
     if (!Windows::hasDisplay()) {
         Console::error(
             QStringLiteral("Tarnwick Basic has no display to open its window on. See tarnwick-basic --help for "
@@ -83,10 +98,9 @@ int Application::run(const std::vector<std::string> &arguments) {
     // Being opened at login is the login item's business, which the user can switch off.
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp,
                      [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); });
-    const QString action = Text::fromBytes(Arguments::valueAfter(arguments, "--action").value_or(""));
-    const bool saysLogin = Arguments::contain(arguments, "--login");
-    const bool isService = Arguments::contain(arguments, "--service");
-    switch (takeTurn(session, action, saysLogin || isService)) {
+    const bool asksToAdd = options.action.isEmpty() && !options.folders.empty();
+    const QString action = asksToAdd ? QStringLiteral("add-folder") : options.action;
+    switch (takeTurn(session, action, options.login || options.service)) {
     case Turn::HandedOver:
         return Clean;
     case Turn::Refused:
@@ -96,7 +110,7 @@ int Application::run(const std::vector<std::string> &arguments) {
     }
     session.endEvenOnExit();
     {
-        AppDelegate delegate(session, {saysLogin || hasJustBooted(), isService || !action.isEmpty()});
+        AppDelegate delegate(session, {isAtLogin, options.service || !action.isEmpty()});
         auto service = std::make_unique<BusService>(delegate, session.settingsLock());
         delegate.onQuitting = [&service] { service.reset(); };
         delegate.applicationDidFinishLaunching();

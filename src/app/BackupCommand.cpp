@@ -49,12 +49,6 @@ std::optional<Options> parse(const std::vector<std::string> &arguments) {
     return hasEmpty ? std::nullopt : std::optional(options);
 }
 
-/// Also behind links, so that a backup can't end up in its own original.
-bool overlap(const fs::path &original, const fs::path &backup) {
-    return Paths::overlap(original, backup) ||
-           Paths::overlap(Locations::resolved(original), Locations::resolved(backup));
-}
-
 /// The OneDrive folder that holds `backup`, the outermost first; none when it lies in no known one.
 std::optional<fs::path> oneDriveAround(const fs::path &backup, const AppConfig &settings) {
     std::vector<fs::path> roots = Locations::oneDriveRoots();
@@ -138,7 +132,7 @@ int run(const std::vector<std::string> &arguments) {
     }
     const fs::path original = Paths::standardised(options->folders[0]);
     const fs::path backup = Paths::standardised(options->folders[1]);
-    if (overlap(original, backup)) {
+    if (Locations::overlap(original, backup)) {
         Console::error(
             QStringLiteral("The backup folder can't be inside the original folder (or the other way round)."));
         return WrongUsage;
@@ -150,7 +144,7 @@ int run(const std::vector<std::string> &arguments) {
         return WrongUsage;
     }
     static CancelToken token;
-    StopSignals::cancelOnSignal(token);
+    StopSignals::cancelOnSignal(token, &Console::tellStopping);
     return options->dryRun ? dryRun(job, token, options->json) : backUp(job, token, options->json);
 }
 

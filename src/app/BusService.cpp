@@ -1,12 +1,15 @@
 #include "app/BusService.h"
 
 #include "app/AppDelegate.h"
+#include "app/SyncService.h"
 #include "store/Store.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
+
+#include <limits>
 
 namespace {
 
@@ -25,6 +28,29 @@ QVariantMap ownPlatformData() {
     return token.isEmpty() ? QVariantMap() : QVariantMap{{tokenKey, token}};
 }
 
+/// The address of the session bus that this process is on: what the environment says, else the standard place.
+QString ownBusAddress() {
+    const QString named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (!named.isEmpty())
+        return named;
+    const QByteArray place = qgetenv("XDG_RUNTIME_DIR") + "/bus";
+    return QStringLiteral("unix:path=") + QString::fromLatin1(place.toPercentEncoding("/", "~"));
+}
+
+/// A connection to the bus that the lock's holder is on, which need not be this process's own: one that is started by
+/// cron or over ssh has none. Stays open to the end of the process.
+QDBusConnection busOf(const SettingsLock::Holder &holder) {
+    const QString connection = QStringLiteral("bus of ") + QString::number(holder.process) + u' ' + holder.busName;
+    QDBusConnection bus = QDBusConnection::connectToBus(holder.busAddress, connection);
+    if (!bus.isConnected())
+        QDBusConnection::disconnectFromBus(connection); // the next try begins anew
+    return bus;
+}
+
+bool isOn(const QDBusConnection &bus, const SettingsLock::Holder &holder) {
+    return bus.isConnected() && bus.interface()->servicePid(holder.busName) == holder.process;
+}
+
 } // namespace
 
 BusService::BusService(AppDelegate &appDelegate, const SettingsLock &lock)
@@ -32,10 +58,11 @@ BusService::BusService(AppDelegate &appDelegate, const SettingsLock &lock)
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
+    new SyncService(appDelegate); // the delegate's, so that it can still answer when this has gone
     bus.registerObject(path, &appDelegate);
     if (!Store::isTestMode())
         bus.interface()->registerService(name); // an application with other settings may have it
-    lock.announce(bus.baseService());
+    lock.announce(bus.baseService(), ownBusAddress());
 }
 
 BusService::~BusService() {
@@ -48,22 +75,31 @@ BusService::~BusService() {
 
 bool BusService::isReachable(const SettingsLock &lock) {
     const std::optional<SettingsLock::Holder> holder = lock.holder();
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    return holder && bus.isConnected() && bus.interface()->servicePid(holder->busName) == holder->process;
+    return holder && isOn(busOf(*holder), *holder);
 }
 
 bool BusService::tell(const SettingsLock &lock, const QString &action) {
-    if (!isReachable(lock))
+    const std::optional<SettingsLock::Holder> holder = lock.holder();
+    if (!holder || !isOn(busOf(*holder), *holder))
         return false;
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    QDBusMessage call = QDBusMessage::createMethodCall(lock.holder()->busName, path, interface,
+    QDBusMessage call = QDBusMessage::createMethodCall(holder->busName, path, interface,
                                                        action.isEmpty() ? QStringLiteral("Activate")
                                                                         : QStringLiteral("ActivateAction"));
     if (action.isEmpty())
         call.setArguments({ownPlatformData()});
     else
         call.setArguments({action, QVariantList(), ownPlatformData()});
-    return bus.call(call, QDBus::Block, 5000).type() == QDBusMessage::ReplyMessage;
+    return busOf(*holder).call(call, QDBus::Block, 5000).type() == QDBusMessage::ReplyMessage;
+}
+
+std::optional<QDBusPendingCall> BusService::askToSync(const SettingsLock &lock, const QStringList &namesOrIds) {
+    const std::optional<SettingsLock::Holder> holder = lock.holder();
+    if (!holder || !isOn(busOf(*holder), *holder))
+        return std::nullopt;
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(holder->busName, path, SyncService::interface, QStringLiteral("Sync"));
+    call.setArguments({namesOrIds});
+    return busOf(*holder).asyncCall(call, std::numeric_limits<int>::max());
 }
 
 void BusService::Activate(const QVariantMap &platformData) {

@@ -3,9 +3,12 @@
 #include "app/SettingsLock.h"
 
 #include <QDBusAbstractAdaptor>
+#include <QDBusPendingCall>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
+
+#include <optional>
 
 class AppDelegate;
 
@@ -27,6 +30,10 @@ class BusService : public QDBusAbstractAdaptor {
     /// Asks the application that holds `lock` to do what a desktop entry's action does, or without one to come to the
     /// front. False when it can't be reached.
     static bool tell(const SettingsLock &lock, const QString &action = {});
+
+    /// Asks the application that holds `lock` to sync the named folders, or all when none is named (SyncService). The
+    /// answer comes when the sync has ended, however long that takes; none when it can't be reached.
+    static std::optional<QDBusPendingCall> askToSync(const SettingsLock &lock, const QStringList &namesOrIds);
 
   public Q_SLOTS:
     // The interface's methods; capitals and signatures are its.

@@ -1,8 +1,10 @@
 #include "app/Console.h"
 
+#include "app/TarnwickBasicMain.h"
 #include "base/Fmt.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 
 #include <sys/ioctl.h>
@@ -12,9 +14,22 @@ namespace Console {
 
 namespace {
 
+/// The first failure of standard output, as errno; 0 while there is none.
+int outputError = 0;
+
 void write(std::FILE *stream, const QByteArray &bytes) {
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
-    std::fflush(stream);
+    const auto length = static_cast<std::size_t>(bytes.size());
+    const bool isWritten = std::fwrite(bytes.constData(), 1, length, stream) == length && std::fflush(stream) == 0;
+    if (!isWritten && stream == stdout && outputError == 0)
+        outputError = errno;
+}
+
+bool isTerminal(std::FILE *stream) {
+    return ::isatty(::fileno(stream)) == 1;
+}
+
+void writeLine(std::FILE *stream, const QString &line) {
+    write(stream, (isTerminal(stream) ? Console::shown(line) : line).toUtf8() + '\n');
 }
 
 int terminalWidth() {
@@ -32,15 +47,44 @@ QString shortened(const QString &text, int width) {
 } // namespace
 
 void out(const QString &line) {
-    write(stdout, line.toUtf8() + '\n');
+    writeLine(stdout, line);
 }
 
 void outDocument(const QByteArray &document) {
-    write(stdout, document + '\n');
+    if (!isTerminal(stdout))
+        return write(stdout, document + '\n');
+    for (const QString &line : QString::fromUtf8(document).split(u'\n'))
+        writeLine(stdout, line);
 }
 
 void error(const QString &line) {
-    write(stderr, line.toUtf8() + '\n');
+    writeLine(stderr, line);
+}
+
+void tellStopping() {
+    if (isTerminal(stderr)) // over the line of progress
+        write(stderr, "\r\033[KStopping safely; press Ctrl-C again to end at once.\n");
+}
+
+int finish(int exitStatus) {
+    if (outputError == 0 && std::ferror(stdout) == 0)
+        return exitStatus;
+    const QString reason = outputError != 0 ? QStringLiteral(": ") + Fmt::systemError(outputError) : QString();
+    error(QStringLiteral("write error") + reason);
+    return exitStatus == TarnwickBasicMain::Clean ? static_cast<int>(TarnwickBasicMain::Trouble) : exitStatus;
+}
+
+QString shown(const QString &text) {
+    QString result = text;
+    for (QChar &c : result) {
+        if (c.unicode() < 0x20)
+            c = QChar(c.unicode() + 0x2400); // the picture of this very character
+        else if (c.unicode() == 0x7f)
+            c = QChar(0x2421);
+        else if (c.category() == QChar::Other_Control)
+            c = QChar::ReplacementCharacter;
+    }
+    return result;
 }
 
 QString progressText(const SyncProgress &progress) {
@@ -53,7 +97,7 @@ QString progressText(const SyncProgress &progress) {
            (progress.currentFile.isEmpty() ? QString() : QStringLiteral(": ") + progress.currentFile);
 }
 
-ProgressLine::ProgressLine() : isTerminal(::isatty(STDERR_FILENO) == 1) {
+ProgressLine::ProgressLine() : isOnTerminal(isTerminal(stderr)) {
 }
 
 ProgressLine::~ProgressLine() {
@@ -61,13 +105,9 @@ ProgressLine::~ProgressLine() {
 }
 
 void ProgressLine::show(const SyncProgress &progress) {
-    if (!isTerminal)
+    if (!isOnTerminal)
         return;
-    QString text = progressText(progress);
-    // A name may hold control characters; on a terminal they would act.
-    std::replace_if(
-        text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, u'\uFFFD');
-    write(stderr, "\r\033[K" + shortened(text, terminalWidth() - 1).toUtf8());
+    write(stderr, "\r\033[K" + shortened(shown(progressText(progress)), terminalWidth() - 1).toUtf8());
     isShown = true;
 }
 

@@ -101,8 +101,7 @@ std::optional<QString> addTo(AppModel &model, const std::filesystem::path &origi
     return model.addPair(original, backup);
 }
 
-} // namespace
-
+/// The pairs that the user means: the one with this id, else all with this name.
 std::vector<QUuid> pairsMeant(const AppModel &model, const std::string &nameOrId) {
     const QString text = Text::fromBytes(nameOrId);
     const QUuid id = QUuid::fromString(text);
@@ -116,9 +115,24 @@ std::vector<QUuid> pairsMeant(const AppModel &model, const std::string &nameOrId
     return ids;
 }
 
-void reportUnknown(const std::string &nameOrId) {
-    Console::error(QStringLiteral("There is no folder “") + Text::fromBytes(nameOrId) +
-                   QStringLiteral("” in the list (see tarnwick-basic --list)."));
+QString unknown(const std::string &nameOrId) {
+    return QStringLiteral("There is no folder “") + Text::fromBytes(nameOrId) +
+           QStringLiteral("” in the list (see tarnwick-basic --list).");
+}
+
+} // namespace
+
+Chosen chosen(const AppModel &model, const std::vector<std::string> &namesOrIds) {
+    if (namesOrIds.empty())
+        return {};
+    Chosen result{.ids = std::vector<QUuid>()};
+    for (const std::string &nameOrId : namesOrIds) {
+        const std::vector<QUuid> meant = pairsMeant(model, nameOrId);
+        if (meant.empty())
+            return {.refusal = unknown(nameOrId)};
+        result.ids->insert(result.ids->end(), meant.begin(), meant.end());
+    }
+    return result;
 }
 
 int list(const std::vector<std::string> &arguments) {
@@ -144,7 +158,7 @@ int add(const std::vector<std::string> &arguments) {
     ModelSession session;
     if (const std::optional<QString> refusal = session.claimSettings())
         return refuse(*refusal);
-    session.model().start(false);
+    session.startModel();
     const std::optional<QString> refusal =
         addTo(session.model(), Paths::standardised(given->words[0]), Paths::standardised(given->words[1]));
     const int status = refusal ? refuse(*refusal) : Clean;
@@ -161,11 +175,11 @@ int remove(const std::vector<std::string> &arguments) {
     if (const std::optional<QString> refusal = session.claimSettings())
         return refuse(*refusal);
     AppModel &model = session.model();
-    model.start(false);
+    session.startModel();
     const std::vector<QUuid> ids = pairsMeant(model, given->words[0]);
     int status = WrongUsage;
     if (ids.empty()) {
-        reportUnknown(given->words[0]);
+        Console::error(unknown(given->words[0]));
     } else if (ids.size() > 1) {
         Console::error(QString::number(ids.size()) + QStringLiteral(" folders in the list have this name. Name the one "
                                                                     "you mean by its id (see --list --json)."));

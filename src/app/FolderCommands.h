@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QString>
 #include <QUuid>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,10 +17,12 @@ int list(const std::vector<std::string> &arguments);
 int add(const std::vector<std::string> &arguments);
 int remove(const std::vector<std::string> &arguments);
 
-/// The pairs that the user means: the one with this id, else all with this name.
-std::vector<QUuid> pairsMeant(const AppModel &model, const std::string &nameOrId);
-
-/// Tells on standard error that the list has no such folder.
-void reportUnknown(const std::string &nameOrId);
+/// The pairs that were named; none named means all (no ids). Or, where the list has no such folder, the sentence that
+/// says so.
+struct Chosen {
+    std::optional<std::vector<QUuid>> ids = {};
+    std::optional<QString> refusal = {};
+};
+Chosen chosen(const AppModel &model, const std::vector<std::string> &namesOrIds);
 
 } // namespace FolderCommands

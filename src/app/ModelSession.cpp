@@ -1,5 +1,6 @@
 #include "app/ModelSession.h"
 
+#include "app/Console.h"
 #include "app/Locale.h"
 #include "model/AppModel.h"
 #include "store/Log.h"
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 
 #include <unistd.h>
 
@@ -20,8 +22,9 @@ int argumentCount = 1;
 char programName[] = "tarnwick-basic";
 char *argumentList[] = {programName, nullptr};
 
-/// Waits for the drive profiles and the log.
+/// Waits for the history, the drive profiles and the log.
 void writeEverythingDown() {
+    AppModel::flushHistory(std::chrono::seconds(30));
     AppModel::flushProfiles(std::chrono::seconds(5));
     Log::shared().flush(std::chrono::seconds(5));
 }
@@ -69,6 +72,17 @@ AppModel &ModelSession::model() {
     return AppModel::shared();
 }
 
+void ModelSession::startModel() {
+    model().start(false);
+    tellNotice();
+}
+
+void ModelSession::tellNotice() {
+    const std::optional<QString> notice = model().banner();
+    if (notice && std::exchange(toldNotice, notice) != notice)
+        Console::error(*notice);
+}
+
 void ModelSession::followDrives() {
     // A working directory on a drive would keep it from being ejected; all paths are absolute by now.
     [[maybe_unused]] const int ignored = ::chdir("/");
@@ -102,6 +116,6 @@ void ModelSession::end(int exitStatus) {
     endsOnExit = false;
     if (model().busy()) {
         std::fflush(nullptr);
-        ::_exit(exitStatus);
+        ::_exit(Console::finish(exitStatus));
     }
 }

@@ -30,6 +30,10 @@ class ModelSession {
     const SettingsLock &settingsLock() const { return *lock; }
 
     AppModel &model();
+    /// Starts the model without a sync, as a command does, and tells on standard error what came back from the drives.
+    void startModel();
+    /// Tells the model's notice on standard error, each text once.
+    void tellNotice();
     /// From now on drives that come and go are the model's business.
     void followDrives();
     /// Turns the event loop for so long.
@@ -47,4 +51,5 @@ class ModelSession {
     std::optional<SettingsLock> lock;
     std::unique_ptr<QCoreApplication> eventLoop;
     std::unique_ptr<DriveEvents> drives;
+    std::optional<QString> toldNotice;
 };

@@ -48,8 +48,9 @@ int show() {
     return Clean;
 }
 
-std::optional<QString> chooseIn(AppModel &model, const std::filesystem::path &folder) {
-    model.start(false);
+std::optional<QString> chooseIn(ModelSession &session, const std::filesystem::path &folder) {
+    session.startModel();
+    AppModel &model = session.model();
     if (const std::optional<QString> refusal = model.chooseOneDrive(folder))
         return refusal;
     for (const Locations::OneDriveFolder &known : foldersOf(model)) {
@@ -63,7 +64,7 @@ int choose(const std::filesystem::path &folder) {
     ModelSession session;
     std::optional<QString> refusal = session.claimSettings();
     if (!refusal)
-        refusal = chooseIn(session.model(), folder);
+        refusal = chooseIn(session, folder);
     if (refusal)
         Console::error(*refusal);
     const int status = refusal ? WrongUsage : Clean;

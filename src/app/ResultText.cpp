@@ -8,13 +8,33 @@
 #include "sync/OneDriveNames.h"
 #include "sync/PlanText.h"
 
+#include <algorithm>
+
 namespace ResultText {
 
 namespace {
 
+/// So many skipped items are named; a folder full of them must not bury what matters.
+constexpr std::size_t namedSkips = 20;
+
 void printAll(const std::vector<QString> &texts, const Line &line) {
     for (const QString &text : texts)
         line(text);
+}
+
+/// Why an item is skipped, behind its path.
+QString reason(SkipKind kind, const QString &detail) {
+    return kind == SkipKind::name ? QStringLiteral("OneDrive would need the name “") + detail + u'”'
+                                  : QStringLiteral("OneDrive doesn't accept ") + detail + QStringLiteral(" files");
+}
+
+void printSkipped(const std::vector<SkippedItem> &items, const Line &line) {
+    const std::size_t count = std::min(items.size(), namedSkips);
+    for (std::size_t i = 0; i < count; ++i)
+        line(items[i].pairName + u'/' + items[i].relPath + QStringLiteral(" — skipped: ") +
+             reason(items[i].kind, items[i].detail));
+    if (items.size() > count)
+        line(QStringLiteral("and ") + QString::number(items.size() - count) + QStringLiteral(" more skipped"));
 }
 
 QString headline(const PairPlan &plan) {
@@ -36,6 +56,7 @@ void print(const SyncRun &run, const Line &line) {
     printAll(run.errors, line);
     printAll(run.conflicts, line);
     printAll(run.keptNewer, line);
+    printSkipped(run.skipped, line);
     printAll(run.notes, line);
 }
 
@@ -60,12 +81,9 @@ void print(const PairPlan &plan, const Line &line) {
     printAll(plan.problems, line);
     printAll(plan.conflicts, line);
     printAll(plan.keptNewer, line);
-    for (const PlannedSkip &skip : plan.skipped) {
-        const bool isName = skip.kind == SkipKind::name;
+    for (const PlannedSkip &skip : plan.skipped)
         line(QStringLiteral("skip    ") + OneDriveNames::visible(Text::fromBytes(PairPlan::rel(skip))) +
-             (isName ? QStringLiteral(" — OneDrive would need the name “") + skip.detail + u'”'
-                     : QStringLiteral(" — OneDrive doesn't accept ") + skip.detail + QStringLiteral(" files")));
-    }
+             QStringLiteral(" — ") + reason(skip.kind, skip.detail));
     if (plan.refusedByClients.count > 0)
         line(PlanText::mayNotReachTheCloud(plan));
 }

@@ -10,7 +10,8 @@ namespace ResultText {
 
 using Line = std::function<void(const QString &)>;
 
-/// The headline, then one line per problem, conflict, file left alone and note.
+/// The headline, then one line per problem, conflict, file left alone, skipped item (the first twenty, then how many
+/// more) and note.
 void print(const SyncRun &run, const Line &line);
 
 enum class Form { Lines, Json };

@@ -21,18 +21,19 @@ SettingsLock::SettingsLock() {
     held = !file || Lock::tryLock(file.get()) || errno != EWOULDBLOCK;
 }
 
-void SettingsLock::announce(const QString &busName) const {
-    const std::string line = std::to_string(::getpid()) + ' ' + Text::toBytes(busName) + '\n';
+void SettingsLock::announce(const QString &busName, const QString &busAddress) const {
+    const std::string line =
+        std::to_string(::getpid()) + ' ' + Text::toBytes(busName) + ' ' + Text::toBytes(busAddress) + '\n';
     // Should this fail, the process can't be reached, and who tries says so.
     [[maybe_unused]] const bool ignored =
         ::ftruncate(file.get(), 0) == 0 && ::pwrite(file.get(), line.data(), line.size(), 0) > 0;
 }
 
 std::optional<SettingsLock::Holder> SettingsLock::holder() const {
-    std::array<char, 256> line;
+    std::array<char, 4096> line;
     const ssize_t length = file ? ::pread(file.get(), line.data(), line.size(), 0) : -1;
     if (length <= 0 || line[static_cast<std::size_t>(length) - 1] != '\n')
         return std::nullopt;
     const QStringList words = Text::fromBytes({line.data(), static_cast<std::size_t>(length)}).simplified().split(u' ');
-    return words.size() == 2 ? std::optional(Holder{words[0].toLongLong(), words[1]}) : std::nullopt;
+    return words.size() == 3 ? std::optional(Holder{words[0].toLongLong(), words[1], words[2]}) : std::nullopt;
 }

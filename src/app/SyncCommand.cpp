@@ -7,8 +7,14 @@
 #include "app/ModelSession.h"
 #include "app/ResultText.h"
 #include "app/StopSignals.h"
+#include "app/SyncService.h"
 #include "app/TarnwickBasicMain.h"
+#include "base/Text.h"
 #include "model/AppModel.h"
+#include "records/Json.h"
+
+#include <QDBusError>
+#include <QDBusPendingCallWatcher>
 
 #include <array>
 
@@ -20,31 +26,37 @@ using namespace TarnwickBasicMain;
 
 CancelToken stopRequest;
 
+/// Whether a signal is meant for a sync of this process; only asked and set on the main thread.
+bool syncsItself = false;
+
 /// Runs on the signals' thread; the model is the main thread's.
 void cancelModel() {
+    const auto cancel = [] {
+        if (!syncsItself)
+            return;
+        Console::tellStopping();
+        AppModel::shared().cancelSync();
+    };
     if (QCoreApplication *application = QCoreApplication::instance())
-        QMetaObject::invokeMethod(application, [] { AppModel::shared().cancelSync(); });
+        QMetaObject::invokeMethod(application, cancel);
 }
 
-/// The pairs that were named; all when nothing was. None when the list doesn't have one of them, which is told.
-std::optional<AppModel::PairIDs> chosen(const AppModel &model, const std::vector<std::string> &names) {
-    if (names.empty())
-        return AppModel::PairIDs();
-    std::vector<QUuid> ids;
-    for (const std::string &name : names) {
-        const std::vector<QUuid> meant = FolderCommands::pairsMeant(model, name);
-        if (meant.empty()) {
-            FolderCommands::reportUnknown(name);
-            return std::nullopt;
-        }
-        ids.insert(ids.end(), meant.begin(), meant.end());
-    }
-    return AppModel::PairIDs(std::move(ids));
+int refuse(const QString &sentence) {
+    Console::error(sentence);
+    return WrongUsage;
+}
+
+/// Prints the run and gives the exit status.
+int printed(const SyncRun &run, ResultText::Form form) {
+    const int status = ResultText::report(run, form);
+    // A drive that was ejected stops a sync, too, but nobody asked this process to stop.
+    return status == Stopped && !stopRequest.isCancelled() ? Trouble : status;
 }
 
 int syncNow(ModelSession &session, const AppModel::PairIDs &ids, ResultText::Form form) {
     if (stopRequest.isCancelled())
         return Stopped; // from here on the model is told
+    syncsItself = true;
     AppModel &model = session.model();
     Console::ProgressLine line;
     std::optional<SyncRun> finished;
@@ -52,18 +64,49 @@ int syncNow(ModelSession &session, const AppModel::PairIDs &ids, ResultText::For
     const auto shown =
         QObject::connect(&model, &AppModel::progressChanged, &model, [&] { line.show(model.progress()); });
     model.sync(ids, SyncTrigger::manual);
-    if (!model.busy() && !finished) {
-        Console::error(model.message().value_or(QString()));
-        return WrongUsage;
-    }
+    if (!model.busy() && !finished)
+        return refuse(model.message().value_or(QString()));
     while (!finished)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     QObject::disconnect(shown);
     model.onRunFinished = nullptr;
     line.clear();
-    const int status = ResultText::report(*finished, form);
-    // A drive that was ejected stops a sync, too, but nobody asked this process to stop.
-    return status == Stopped && !stopRequest.isCancelled() ? Trouble : status;
+    session.tellNotice(); // of a drive that came meanwhile
+    return printed(*finished, form);
+}
+
+/// What the application answered, printed as the result of a sync of this process's own.
+int reportAnswer(const QDBusMessage &answer, ResultText::Form form) {
+    if (answer.errorName() == SyncService::refused)
+        return refuse(answer.errorMessage());
+    const QDBusError::ErrorType error = QDBusError(answer).type();
+    // Not asked in time, or of another version.
+    if (error == QDBusError::UnknownObject || error == QDBusError::UnknownInterface ||
+        error == QDBusError::UnknownMethod)
+        return refuse(ModelSession::alreadyRunning());
+    try {
+        return printed(Json::fromBytes<SyncRun>(answer.arguments().value(0).toByteArray()), form);
+    } catch (const JsonError &) {
+        Console::error(QStringLiteral("Tarnwick Basic ended before the sync had finished."));
+        return Trouble;
+    }
+}
+
+/// The application runs on these settings: it does the sync, and this process waits for what becomes of it.
+int handOver(const SettingsLock &lock, const std::vector<std::string> &namesOrIds, ResultText::Form form) {
+    QStringList names;
+    for (const std::string &name : namesOrIds)
+        names.append(Text::fromBytes(name));
+    const std::optional<QDBusPendingCall> call = BusService::askToSync(lock, names);
+    if (!call)
+        return refuse(ModelSession::alreadyRunning());
+    const QDBusPendingCallWatcher answer(*call);
+    while (!answer.isFinished() && !stopRequest.isCancelled())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (answer.isFinished())
+        return reportAnswer(answer.reply(), form);
+    Console::error(QStringLiteral("No longer waiting; Tarnwick Basic goes on with the sync."));
+    return Stopped;
 }
 
 } // namespace
@@ -77,20 +120,13 @@ int run(const std::vector<std::string> &arguments) {
     }
     StopSignals::cancelOnSignal(stopRequest, &cancelModel);
     ModelSession session;
-    if (const std::optional<QString> refusal = session.claimSettings()) {
-        const bool isPlain = given->words.empty() && given->options == std::vector<std::string>{"--sync"};
-        if (isPlain && BusService::tell(session.settingsLock(), QStringLiteral("sync-now"))) {
-            Console::out(QStringLiteral("Tarnwick Basic is running and was asked to sync."));
-            return Clean;
-        }
-        Console::error(*refusal);
-        return WrongUsage;
-    }
+    const ResultText::Form form = given->has("--json") ? ResultText::Form::Json : ResultText::Form::Lines;
+    if (session.claimSettings())
+        return handOver(session.settingsLock(), given->words, form);
     session.followDrives(); // first, so that a drive that comes meanwhile is not missed
-    session.model().start(false);
-    int status = WrongUsage;
-    if (const std::optional<AppModel::PairIDs> ids = chosen(session.model(), given->words))
-        status = syncNow(session, *ids, given->has("--json") ? ResultText::Form::Json : ResultText::Form::Lines);
+    session.startModel();
+    const FolderCommands::Chosen chosen = FolderCommands::chosen(session.model(), given->words);
+    const int status = chosen.refusal ? refuse(*chosen.refusal) : syncNow(session, chosen.ids, form);
     session.end(status);
     return status;
 }

@@ -34,12 +34,15 @@ constexpr const char *help =
     R"(Tarnwick Basic keeps a one-way backup of folders in your OneDrive folder.
 
   tarnwick-basic     start, or bring the running application to the front
+  tarnwick-basic FOLDER ...
+                     the same, and open Add Folder
   tarnwick-basic --action sync-now | add-folder | show-activity | show-settings
                      let the application do that; start it if need be
   tarnwick-basic --backup ORIGINAL BACKUP [--dry-run] [--json]
                      back up one folder, once; no settings are touched
   tarnwick-basic --sync [NAME-OR-ID ...] [--json]
-                     sync all ready folders of the list, or the named ones
+                     sync all ready folders of the list, or the named ones;
+                     the application does it if it is running
   tarnwick-basic --list [--json]
                      show the folder list and what is ready
   tarnwick-basic --add ORIGINAL BACKUP
@@ -55,7 +58,7 @@ constexpr const char *help =
                      run the application in a test root and print what happens
   tarnwick-basic --snapshot FILE.png [folders | activity | settings | addfolder]
                      draw one screen into a picture
-  tarnwick-basic --help | --version
+  tarnwick-basic --help | -h | --version
 
   --dry-run   show what would be done and change nothing
   --json      print the result as one JSON object
@@ -64,8 +67,9 @@ constexpr const char *help =
 Nothing in BACKUP is ever removed, nothing in ORIGINAL is ever changed, and a newer
 file in BACKUP is never replaced by an older one.
 
-Exit status: 0 all is well; 1 something could not be backed up; 2 wrong usage or
-nothing could be done; 3 refused to start; 130 stopped by Ctrl-C.)";
+Exit status: 0 all is well; 1 something could not be backed up, or the result could
+not be written; 2 wrong usage or nothing could be done; 3 refused to start; 130
+stopped by Ctrl-C, which stops safely the first time and at once the second.)";
 
 int runSelfTest(const std::vector<std::string> &arguments) {
     const std::unique_ptr<QCoreApplication> application = ModelSession::makeApplication();
@@ -101,11 +105,7 @@ void fillStandardStreams() {
     ::close(descriptor);
 }
 
-} // namespace
-
-int run(int argc, char **argv) {
-    fillStandardStreams();
-    const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+int runMode(const std::vector<std::string> &arguments) {
     if (const std::optional<QString> refusal = TestRoot::bootstrapFromEnvironment()) {
         Console::error(*refusal);
         return Refused;
@@ -122,8 +122,8 @@ int run(int argc, char **argv) {
         return SelfTest::app(secondsFrom(*seconds));
     if (const std::optional<std::string> path = Arguments::valueAfter(arguments, "--snapshot"))
         return SelfTest::snapshot(*path, tabAfter(arguments));
-    if (Arguments::contain(arguments, "--help")) {
-        Console::out(QString::fromUtf8(help));
+    if (Arguments::contain(arguments, "--help") || Arguments::contain(arguments, "-h")) {
+        Console::outDocument(help);
         return Clean;
     }
     if (Arguments::contain(arguments, "--version")) {
@@ -143,6 +143,13 @@ int run(int argc, char **argv) {
     if (Arguments::contain(arguments, "--onedrive"))
         return OneDriveCommand::run(arguments);
     return Application::run(arguments);
+}
+
+} // namespace
+
+int run(int argc, char **argv) {
+    fillStandardStreams();
+    return Console::finish(runMode({argv + std::min(argc, 1), argv + argc}));
 }
 
 } // namespace TarnwickBasicMain

@@ -13,9 +13,11 @@
 
 namespace {
 
+// The toolkit keeps what it is given, and takes out what it knows.
 int argumentCount = 1;
 char programName[] = "tarnwick-basic";
-char *argumentList[] = {programName, nullptr};
+std::vector<std::string> argumentTexts;
+std::vector<char *> argumentList = {programName, nullptr};
 
 /// What the desktop's palette asks for, which the program's own replaces.
 Theme::Scheme platformScheme = Theme::Scheme::Light;
@@ -36,6 +38,22 @@ bool isSet(const char *variable) {
 
 } // namespace
 
+void Windows::useToolkitOptions(const std::vector<std::string> &options) {
+    argumentTexts = options;
+    argumentList = {programName};
+    for (std::size_t i = 0; i < argumentTexts.size(); ++i) {
+        argumentList.push_back(argumentTexts[i].data());
+        const bool hasValue = i + 1 < argumentTexts.size();
+        // What is asked before the toolkit is there looks at the environment.
+        if (hasValue && argumentTexts[i].ends_with("-platform"))
+            ::setenv("QT_QPA_PLATFORM", argumentTexts[i + 1].c_str(), 1);
+        if (hasValue && argumentTexts[i].ends_with("-display"))
+            ::setenv("DISPLAY", argumentTexts[i + 1].c_str(), 1);
+    }
+    argumentCount = static_cast<int>(argumentList.size());
+    argumentList.push_back(nullptr);
+}
+
 bool Windows::hasDisplay() {
     const bool isX11Chosen = qEnvironmentVariable("QT_QPA_PLATFORM") == QStringLiteral("xcb");
     if (!isX11Chosen && (isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM")))
@@ -48,7 +66,7 @@ std::unique_ptr<QApplication> Windows::makeApplication() {
     Locale::useUtf8();
     if (!hasDisplay())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    auto application = std::make_unique<QApplication>(argumentCount, argumentList);
+    auto application = std::make_unique<QApplication>(argumentCount, argumentList.data());
     probe.reset();
     QApplication::setApplicationName(QStringLiteral("Tarnwick Basic")); // desktops show it with the status item
     QApplication::setDesktopFileName(QStringLiteral("org.tarnwick.Basic"));

@@ -2,12 +2,17 @@
 
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 class QApplication;
 class QObject;
 
 /// What the modes with windows share.
 namespace Windows {
+
+/// Hands the toolkit its own options; to be called before everything else here.
+void useToolkitOptions(const std::vector<std::string> &options);
 
 /// Whether there is a display to show windows on (or a platform was chosen by hand).
 bool hasDisplay();

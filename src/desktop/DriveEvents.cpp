@@ -1,6 +1,7 @@
 #include "desktop/DriveEvents.h"
 
 #include "base/Text.h"
+#include "desktop/SystemBus.h"
 #include "platform/MountTable.h"
 #include "platform/VolumeIdentity.h"
 #include "store/Locations.h"
@@ -59,10 +60,12 @@ void DriveEvents::watchTestRoot() {
 }
 
 void DriveEvents::watchJobs() {
-    QDBusConnection::systemBus().connect(QStringLiteral("org.freedesktop.UDisks2"),
-                                         QStringLiteral("/org/freedesktop/UDisks2"),
-                                         QStringLiteral("org.freedesktop.DBus.ObjectManager"),
-                                         QStringLiteral("InterfacesAdded"), this, SLOT(jobAppeared(QDBusMessage)));
+    SystemBus::whenItAnswers(this, [this] {
+        QDBusConnection::systemBus().connect(QStringLiteral("org.freedesktop.UDisks2"),
+                                             QStringLiteral("/org/freedesktop/UDisks2"),
+                                             QStringLiteral("org.freedesktop.DBus.ObjectManager"),
+                                             QStringLiteral("InterfacesAdded"), this, SLOT(jobAppeared(QDBusMessage)));
+    });
 }
 
 void DriveEvents::compare() {

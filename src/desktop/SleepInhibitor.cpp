@@ -1,5 +1,7 @@
 #include "desktop/SleepInhibitor.h"
 
+#include "desktop/SystemBus.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -11,6 +13,13 @@ SleepInhibitor::~SleepInhibitor() = default;
 
 void SleepInhibitor::begin(const QString &reason) {
     end();
+    SystemBus::whenItAnswers(this, [this, reason, asked = turn] {
+        if (asked == turn)
+            ask(reason);
+    });
+}
+
+void SleepInhibitor::ask(const QString &reason) {
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected())
         return;

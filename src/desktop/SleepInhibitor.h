@@ -21,6 +21,8 @@ class SleepInhibitor : public QObject {
     void end();
 
   private:
+    void ask(const QString &reason);
+
     int turn = 0; // tells the answer to the last begin() from late answers to earlier ones
     std::unique_ptr<QDBusUnixFileDescriptor> lock; // logind's: inhibits as long as it is open
 };

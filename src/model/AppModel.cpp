@@ -47,9 +47,9 @@ AppModel::~AppModel() = default;
 
 void AppModel::start(bool syncIfConnected) {
     refreshEnvironment();
-    purgeInBackground(drives, oneDriveRoot());
+    purgeInBackground(around.drives, oneDriveRoot());
     holdProfileWrites = true;
-    for (const VolumeInfo &drive : std::vector(drives))
+    for (const VolumeInfo &drive : std::vector(around.drives))
         importProfileIfNeeded(drive);
     holdProfileWrites = false;
     writeProfiles();
@@ -67,14 +67,14 @@ void AppModel::refreshEnvironment() {
 }
 
 void AppModel::look() {
-    std::vector<VolumeInfo> drivesNow = Locations::externalVolumes();
-    std::vector<Locations::OneDriveFolder> foldersNow = Locations::oneDriveFolders();
-    if (drivesNow == drives && foldersNow == folders)
+    DirectDisk disk;
+    Surroundings now = Surroundings::look(settings, disk);
+    if (now == around)
         return;
-    drives = std::move(drivesNow);
-    folders = std::move(foldersNow);
+    around = std::move(now);
     std::erase_if(offeredDrives, [this](const Path &top) {
-        return std::none_of(drives.begin(), drives.end(), [&](const VolumeInfo &drive) { return drive.url == top; });
+        return std::none_of(around.drives.begin(), around.drives.end(),
+                            [&](const VolumeInfo &drive) { return drive.url == top; });
     });
     noteChange();
 }
@@ -82,12 +82,11 @@ void AppModel::look() {
 /// Remembers on which mount the OneDrive folder in use lies, so that a later look can tell it from the bare mount
 /// point.
 void AppModel::keepMountPoint() {
-    const Locations::OneDriveInUse now = oneDriveInUse();
-    if (readOnly || !now.root)
+    const Locations::OneDriveInUse &now = around.oneDrive;
+    const std::optional<Path> mountPoint = around.mountPointToKeep;
+    // Beside a missing choice what is remembered may be the missing folder's.
+    if (readOnly || !now.root || (now.goneChoice && !mountPoint))
         return;
-    const std::optional<Path> mountPoint = Locations::mountPointToKeep(*now.root);
-    if (now.goneChoice && !mountPoint)
-        return; // what is remembered may be the missing folder's
     AppConfig next = settings;
     next.oneDriveMountPoint = mountPoint ? std::optional(Text::fromPath(*mountPoint)) : std::nullopt;
     setConfig(next);
@@ -117,6 +116,8 @@ void AppModel::setConfig(const AppConfig &value) {
         settings.oneDriveMountPoint.reset();
     noteChange();
     Store::save(settings);
+    if (settings.pairs != before.pairs || settings.oneDriveMountPoint != before.oneDriveMountPoint)
+        look();
     if (settings.pairs != before.pairs)
         writeProfiles();
     if (settings.oneDriveRootPath != before.oneDriveRootPath)
@@ -160,17 +161,13 @@ void AppModel::showSampleProgress(const SyncProgress &sample) {
 
 std::vector<AppModel::Path> AppModel::oneDriveRoots() const {
     std::vector<Path> roots;
-    for (const Locations::OneDriveFolder &folder : folders)
+    for (const Locations::OneDriveFolder &folder : around.oneDriveFolders)
         roots.push_back(folder.url);
     return roots;
 }
 
-Locations::OneDriveInUse AppModel::oneDriveInUse() const {
-    return Locations::oneDriveInUse(settings.oneDriveRootPath, settings.oneDriveMountPoint, folders);
-}
-
 std::optional<QString> AppModel::oneDriveNotice() const {
-    const Locations::OneDriveInUse now = oneDriveInUse();
+    const Locations::OneDriveInUse &now = around.oneDrive;
     if (now.state == Locations::OneDriveInUse::State::NotMounted)
         return Locations::notMounted(*now.mountPoint);
     if (now.goneChoice && now.root)
@@ -194,7 +191,7 @@ std::vector<FolderPair> AppModel::enabledPairs() const {
 
 std::vector<FolderPair> AppModel::readyPairs() const {
     std::vector<FolderPair> pairs = enabledPairs();
-    std::erase_if(pairs, [this](const FolderPair &pair) { return !Locations::resolveOriginal(pair, drives); });
+    std::erase_if(pairs, [this](const FolderPair &pair) { return !found(pair).original; });
     return pairs;
 }
 
@@ -205,7 +202,7 @@ bool AppModel::hasHomePairs() const {
 
 std::vector<QString> AppModel::connectedDriveNames() const {
     std::vector<QString> names;
-    for (const VolumeInfo &drive : drives)
+    for (const VolumeInfo &drive : around.drives)
         names.push_back(drive.name);
     return names;
 }
@@ -231,33 +228,32 @@ std::optional<QString> AppModel::syncBlocker() const {
            QStringLiteral("” to sync.");
 }
 
-std::optional<AppModel::Path> AppModel::backupURL(const FolderPair &pair) const {
-    const std::optional<Path> root = oneDriveRoot();
-    if (!root || pair.backupRelPath.isEmpty())
-        return root;
-    // Joined as text: a stored path that begins with "/" must not replace OneDrive's.
-    return Path(root->native() + '/' + Text::toBytes(pair.backupRelPath));
+/// What the last look found of a pair; nothing of a pair that isn't in the list.
+const Surroundings::Pair &AppModel::found(const FolderPair &pair) const {
+    static const Surroundings::Pair nothing;
+    const auto at = around.pairs.find(pair.id);
+    return at == around.pairs.end() ? nothing : at->second;
 }
 
 std::vector<PairRow> AppModel::rows() const {
     std::vector<PairRow> result;
-    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
     for (const FolderPair &pair : settings.pairs) {
+        const Surroundings::Pair &seen = found(pair);
         PairRow row;
         row.pair = pair;
         row.number = static_cast<int>(result.size()) + 1;
-        row.connected = Locations::resolveOriginal(pair, drives).has_value();
-        row.oneDrive = oneDrive.state;
-        row.backupURL = backupURL(pair);
-        row.backupExists = row.backupURL && Locations::isFolder(*row.backupURL);
+        row.connected = seen.original.has_value();
+        row.oneDrive = around.oneDrive.state;
+        row.backupURL = seen.backup;
+        row.backupExists = seen.backupExists;
         result.push_back(std::move(row));
     }
     return result;
 }
 
 std::optional<AppModel::Path> AppModel::originalURL(const FolderPair &pair) const {
-    const std::optional<Locations::ResolvedFolder> found = Locations::resolveOriginal(pair, drives);
-    return found ? std::optional(found->folder) : std::nullopt;
+    const std::optional<Locations::ResolvedFolder> &original = found(pair).original;
+    return original ? std::optional(original->folder) : std::nullopt;
 }
 
 std::optional<std::size_t> AppModel::pairIndex(const QUuid &id) const {

@@ -3,6 +3,7 @@
 #include "base/SerialQueue.h"
 #include "desktop/SleepInhibitor.h"
 #include "model/PairRow.h"
+#include "model/Surroundings.h"
 #include "records/AppConfig.h"
 #include "records/MainTab.h"
 #include "records/SyncProgress.h"
@@ -58,9 +59,9 @@ class AppModel : public QObject {
     /// environment when another OneDrive folder was chosen.
     void setConfig(const AppConfig &value);
     /// Connected external drives in the order of a file browser.
-    const std::vector<VolumeInfo> &volumes() const { return drives; }
+    const std::vector<VolumeInfo> &volumes() const { return around.drives; }
     /// OneDrive folders found, the preferred one first.
-    const std::vector<Locations::OneDriveFolder> &oneDriveFolders() const { return folders; }
+    const std::vector<Locations::OneDriveFolder> &oneDriveFolders() const { return around.oneDriveFolders; }
     /// Their places alone.
     std::vector<Path> oneDriveRoots() const;
     bool busy() const { return token != nullptr; }
@@ -84,7 +85,7 @@ class AppModel : public QObject {
     /// Shows a running sync that isn't there, for pictures; cancelSync() has no effect on it.
     void showSampleProgress(const SyncProgress &sample);
 
-    /// Called once after every finished run, when everything about it is saved.
+    /// Called once after every finished run, when everything about it is saved or, as the history, on its way.
     std::function<void(const SyncRun &run)> onRunFinished;
     /// Called when a drive is about to be ejected and the running sync stops for that.
     std::function<void(const Path &drive)> onStoppedForEject;
@@ -93,10 +94,10 @@ class AppModel : public QObject {
     /// When the last automatic sync of each drive (by its key) was scheduled.
     std::map<QString, QDateTime> lastAutoSync;
 
-    // Derived values, computed on each call
+    // Derived values: of the settings, and of the disks as they were at the last look
 
     /// The OneDrive folder that backups go to, or why there is none.
-    Locations::OneDriveInUse oneDriveInUse() const;
+    const Locations::OneDriveInUse &oneDriveInUse() const { return around.oneDrive; }
     /// That folder: the chosen one where it exists, else the first one found; none while it isn't mounted.
     std::optional<Path> oneDriveRoot() const { return oneDriveInUse().root; }
     /// What the user should know of the OneDrive folder: why there is none, or that another than the chosen one is
@@ -142,6 +143,7 @@ class AppModel : public QObject {
     std::optional<Source> locateSource(const Path &url) const;
     /// The folder relative to the OneDrive folder; none when it isn't below it.
     std::optional<QString> oneDriveRelativePath(const Path &url) const;
+    /// As Locations::overlap().
     static bool overlaps(const Path &a, const Path &b);
     static std::optional<QString> backupFolderProblem(const Path &url);
 
@@ -162,6 +164,8 @@ class AppModel : public QObject {
     void writeProfiles();
     /// Waits until all drive profiles are written, for `limit` at most; false when that was not enough.
     static bool flushProfiles(std::chrono::milliseconds limit);
+    /// The same for the history.
+    static bool flushHistory(std::chrono::milliseconds limit);
 
   Q_SIGNALS:
     /// Something but the progress has changed; told once per turn of the event loop.
@@ -178,7 +182,7 @@ class AppModel : public QObject {
     void noteChange();
     void look();
     void keepMountPoint();
-    std::optional<Path> backupURL(const FolderPair &pair) const;
+    const Surroundings::Pair &found(const FolderPair &pair) const;
     /// Does `change` to a copy of the pair and takes the settings over once.
     void changePair(const QUuid &id, const std::function<void(FolderPair &pair)> &change);
     void pointTo(const QUuid &id, const QString &backupRelPath);
@@ -194,8 +198,7 @@ class AppModel : public QObject {
     void syncLater(int milliseconds, const PairIDs &ids, SyncTrigger trigger);
 
     AppConfig settings;
-    std::vector<VolumeInfo> drives;
-    std::vector<Locations::OneDriveFolder> folders;
+    Surroundings around;
     SyncProgress currentProgress;
     std::vector<SyncRun> runs;
     std::optional<QString> notice;

@@ -47,12 +47,12 @@ bool isRecent(const QDateTime &moment) {
 
 void AppModel::volumeMounted(const Path &url) {
     refreshEnvironment();
-    const auto found = std::find_if(drives.begin(), drives.end(), [&](const VolumeInfo &drive) {
+    const auto mounted = std::find_if(around.drives.begin(), around.drives.end(), [&](const VolumeInfo &drive) {
         return Paths::standardised(drive.url) == Paths::standardised(url);
     });
-    if (found == drives.end())
+    if (mounted == around.drives.end())
         return;
-    const VolumeInfo drive = *found;
+    const VolumeInfo drive = *mounted;
     Log::shared().write(QStringLiteral("Drive connected: ") + drive.name);
     importProfileIfNeeded(drive);
     if (!settings.autoSyncOnConnect)
@@ -127,7 +127,7 @@ void AppModel::writeProfiles() {
     if (readOnly || holdProfileWrites)
         return;
     std::vector<std::pair<Path, std::vector<Store::ProfilePair>>> profiles;
-    for (const VolumeInfo &drive : drives) {
+    for (const VolumeInfo &drive : around.drives) {
         if (!Store::profileAccessAllowed(drive.url))
             continue;
         std::vector<Store::ProfilePair> pairs;

@@ -60,7 +60,7 @@ std::optional<QString> AppModel::addPair(const Path &originalFolder, const Path 
     const std::optional<Source> source = locateSource(original);
     if (!source)
         return cantBackUpFrom(original);
-    if (const Locations::OneDriveInUse oneDrive = oneDriveInUse(); !oneDrive.root)
+    if (const Locations::OneDriveInUse &oneDrive = around.oneDrive; !oneDrive.root)
         return oneDrive.mountPoint ? Locations::notMounted(*oneDrive.mountPoint) : noOneDrive;
     const std::optional<QString> backupRel = oneDriveRelativePath(backup);
     if (!backupRel)
@@ -134,7 +134,7 @@ std::optional<AppModel::Source> AppModel::locateSource(const Path &url) const {
             return std::nullopt;
         return Source{drive, *rel};
     };
-    if (const std::optional<VolumeInfo> drive = Locations::volume(url, drives)) {
+    if (const std::optional<VolumeInfo> drive = Locations::volume(url, around.drives)) {
         if (std::optional<Source> source = sourceOn(*drive))
             return source;
         // Only its name differs in capitals: the drive that really holds the folder may be another one.
@@ -142,7 +142,7 @@ std::optional<AppModel::Source> AppModel::locateSource(const Path &url) const {
     const std::optional<Path> top = Locations::containingVolume(url);
     if (!top)
         return std::nullopt;
-    for (const VolumeInfo &drive : drives) {
+    for (const VolumeInfo &drive : around.drives) {
         if (Paths::standardised(drive.url) == Paths::standardised(*top))
             return sourceOn(drive);
     }
@@ -159,7 +159,7 @@ std::optional<QString> AppModel::oneDriveRelativePath(const Path &url) const {
 }
 
 bool AppModel::overlaps(const Path &a, const Path &b) {
-    return Paths::overlap(a, b);
+    return Locations::overlap(a, b);
 }
 
 std::optional<QString> AppModel::backupFolderProblem(const Path &url) {

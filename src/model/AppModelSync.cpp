@@ -26,6 +26,12 @@ constexpr int pendingDelay = 2000;
 constexpr std::size_t historyCap = 60;
 constexpr std::size_t loggedLines = 50;
 
+/// Never destroyed: it may still be writing when the process ends.
+SerialQueue &historyQueue() {
+    static auto *const queue = new SerialQueue;
+    return *queue;
+}
+
 /// Whether a stored relative path, read as text, stays below its base.
 bool staysBelow(const QString &rel) {
     const QStringList parts = rel.split(u'/');
@@ -81,7 +87,7 @@ void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger) {
     refreshEnvironment();
     std::vector<QString> notes;
     std::vector<SyncJob> jobs = buildJobs(pairIDs, notes);
-    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
+    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
     if (!jobs.empty() && oneDrive.goneChoice)
         notes.push_back(*oneDriveNotice());
     if (!jobs.empty())
@@ -125,15 +131,15 @@ std::optional<SyncJob> AppModel::buildJob(const FolderPair &pair, QString &note)
         note = QStringLiteral("“") + PairRow::nameOf(pair) + QStringLiteral("” was skipped: ") + reason;
         return std::nullopt;
     };
-    const std::optional<Locations::ResolvedFolder> original = Locations::resolveOriginal(pair, drives);
+    const std::optional<Locations::ResolvedFolder> &original = found(pair).original;
     if (!original)
         return skip(QStringLiteral("the drive “") + pair.volumeName + QStringLiteral("” isn't connected."));
-    const Locations::OneDriveInUse oneDrive = oneDriveInUse();
+    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
     if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted)
         return skip(Locations::notMounted(*oneDrive.mountPoint));
     if (!oneDrive.root)
         return skip(QStringLiteral("OneDrive wasn't found. Choose your OneDrive folder in Settings."));
-    const Path backup = *backupURL(pair);
+    const Path backup = *found(pair).backup;
     if (!isContained(pair, *original, *oneDrive.root, backup))
         return skip(QStringLiteral("its stored folders lead outside the drive or OneDrive."));
     if (overlaps(original->folder, backup))
@@ -209,7 +215,8 @@ void AppModel::finish(SyncRun run) {
     runs.insert(runs.begin(), run);
     if (runs.size() > historyCap)
         runs.resize(historyCap);
-    Store::save(runs);
+    // A long history takes longer to write than a click should wait.
+    historyQueue().post([saved = runs] { Store::save(saved); });
     selectedRun = run.id;
     noteChange();
     noteResults(run);
@@ -242,4 +249,8 @@ void AppModel::syncLater(int milliseconds, const PairIDs &ids, SyncTrigger trigg
         if (!stopped)
             sync(ids, trigger);
     });
+}
+
+bool AppModel::flushHistory(std::chrono::milliseconds limit) {
+    return historyQueue().drain(limit);
 }

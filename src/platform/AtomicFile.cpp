@@ -22,7 +22,9 @@ void writeAll(int file, std::string_view bytes) {
         const ssize_t written = ::write(file, bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR)
             continue;
-        if (written < 0)
+        if (written == 0)
+            errno = EIO; // nothing is stored, and trying for ever would be no answer
+        if (written <= 0)
             fail("write");
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }

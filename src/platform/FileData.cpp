@@ -33,7 +33,9 @@ void writeAll(int destination, const char *data, std::size_t length, std::int64_
         const ssize_t written = ::pwrite(destination, data, length, offset);
         if (written < 0 && errno == EINTR)
             continue;
-        if (written < 0)
+        if (written == 0)
+            errno = EIO; // nothing is stored, and trying for ever would be no answer
+        if (written <= 0)
             fail("write");
         data += written;
         length -= static_cast<std::size_t>(written);

@@ -137,8 +137,10 @@ FolderAnchor FolderAnchor::missing(const std::filesystem::path &path) {
 FolderAnchor FolderAnchor::openIfFolder(const std::filesystem::path &path) {
     try {
         return FolderAnchor(path);
-    } catch (const std::system_error &) {
-        return missing(path);
+    } catch (const std::system_error &error) {
+        FolderAnchor anchor = missing(path);
+        anchor.failure = error.code().value();
+        return anchor;
     }
 }
 

@@ -37,8 +37,11 @@ class FolderAnchor {
     /// Stands for a folder that doesn't exist; only its path can be asked for.
     static FolderAnchor missing(const std::filesystem::path &path);
 
-    /// Opens the folder if there is one; otherwise missing(path).
+    /// Opens the folder if there is one; otherwise missing(path), which knows why it can't be opened.
     static FolderAnchor openIfFolder(const std::filesystem::path &path);
+
+    /// The errno for which openIfFolder() couldn't open the folder; 0 when nothing failed.
+    int openError() const { return failure; }
 
     bool isOpen() const { return static_cast<bool>(folder); }
     int descriptor() const { return folder.get(); }
@@ -55,4 +58,5 @@ class FolderAnchor {
     std::filesystem::path place;
     FileDescriptor folder;
     FileFacts atStart;
+    int failure = 0;
 };

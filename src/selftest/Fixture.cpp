@@ -33,6 +33,7 @@ std::string toldItem(const fs::path &item) {
 } // namespace
 
 void Fixture::reset() const {
+    AppModel::flushHistory(std::chrono::seconds(5));
     AppModel::flushProfiles(std::chrono::seconds(5));
     Log::shared().flush(std::chrono::seconds(5));
     fs::remove(Log::shared().url());

@@ -30,10 +30,14 @@ bool isStartUpDisk(const MountTable &table, const MountEntry &entry) {
     return startUp && startUp->device == entry.device;
 }
 
-bool isDrive(const MountTable &table, const MountEntry &entry) {
+bool isDrive(const MountEntry &entry, Disk &disk) {
+    const MountTable &table = disk.mounts();
+    const auto mayBeEntered = [&] {
+        const PathFacts facts = disk.look(entry.mountPoint);
+        return !facts.isAnswered || facts.canEnter;
+    };
     return isBelowDriveFolder(entry.mountPoint) && entry.mountPoint.native().find("/.") == std::string::npos &&
-           isLocalStorage(entry.type) && !isStartUpDisk(table, entry) && table.isReachable(entry) &&
-           ::access(entry.mountPoint.c_str(), X_OK) == 0;
+           isLocalStorage(entry.type) && !isStartUpDisk(table, entry) && table.isReachable(entry) && mayBeEntered();
 }
 
 bool isSameDevice(const MountEntry &a, const MountEntry &b) {
@@ -58,13 +62,12 @@ VolumeInfo describe(const MountEntry &entry) {
     return drive;
 }
 
-std::vector<VolumeInfo> mountedDrives() {
-    const MountTable table = MountTable::read();
+std::vector<VolumeInfo> mountedDrives(Disk &disk) {
     std::vector<MountEntry> kept;
     std::vector<VolumeInfo> drives;
-    for (const MountEntry &entry : table.entries()) {
+    for (const MountEntry &entry : disk.mounts().entries()) {
         const auto same = [&](const MountEntry &other) { return isSameDevice(entry, other); };
-        if (!isDrive(table, entry) || std::any_of(kept.begin(), kept.end(), same))
+        if (!isDrive(entry, disk) || std::any_of(kept.begin(), kept.end(), same))
             continue;
         kept.push_back(entry);
         drives.push_back(describe(entry));
@@ -72,19 +75,20 @@ std::vector<VolumeInfo> mountedDrives() {
     return drives;
 }
 
-VolumeInfo describeFake(const fs::path &folder) {
+VolumeInfo describeFake(const fs::path &folder, Disk &disk) {
     VolumeInfo drive;
     drive.url = folder;
     drive.name = Text::fromBytes(Paths::lastComponent(folder));
-    drive.fsType = fileSystemType(folder);
+    drive.fsType = fileSystemType(folder, disk);
     return drive;
 }
 
-std::vector<VolumeInfo> fakeDrives() {
+std::vector<VolumeInfo> fakeDrives(Disk &disk) {
     std::vector<VolumeInfo> drives;
-    for (const fs::path &entry : visibleEntries(*TestRoot::url() / "Volumes")) {
-        if (isFolder(entry))
-            drives.push_back(describeFake(entry));
+    for (const FolderItem &item : disk.visibleItems(*TestRoot::url() / "Volumes")) {
+        const PathFacts facts = disk.look(item.path);
+        if (facts.isFolder || !facts.isAnswered)
+            drives.push_back(describeFake(item.path, disk));
     }
     return drives;
 }
@@ -95,38 +99,37 @@ QString lowered(const fs::path &path) {
 
 } // namespace
 
-VolumeInfo homeDrive() {
+VolumeInfo homeDrive(Disk &disk) {
     VolumeInfo drive;
     drive.url = homeURL();
     drive.name = homeName;
     drive.uuid = homeKey;
-    drive.fsType = fileSystemType(drive.url);
+    drive.fsType = fileSystemType(drive.url, disk);
     return drive;
 }
 
-std::vector<VolumeInfo> externalVolumes() {
-    std::vector<VolumeInfo> drives = TestRoot::isActive() ? fakeDrives() : mountedDrives();
+std::vector<VolumeInfo> externalVolumes(Disk &disk) {
+    std::vector<VolumeInfo> drives = TestRoot::isActive() ? fakeDrives(disk) : mountedDrives(disk);
     std::stable_sort(drives.begin(), drives.end(),
                      [](const VolumeInfo &a, const VolumeInfo &b) { return Collation::less(a.name, b.name); });
     return drives;
 }
 
-std::optional<VolumeInfo> volumeInfo(const fs::path &url) {
+std::optional<VolumeInfo> volumeInfo(const fs::path &url, Disk &disk) {
     const fs::path top = Paths::standardised(url);
     if (TestRoot::isActive()) {
-        if (top.parent_path() != *TestRoot::url() / "Volumes" || !isFolder(top))
+        if (top.parent_path() != *TestRoot::url() / "Volumes" || !disk.isFolder(top))
             return std::nullopt;
-        return describeFake(top);
+        return describeFake(top, disk);
     }
-    const MountTable table = MountTable::read();
-    for (const MountEntry &entry : table.entries()) {
-        if (entry.mountPoint == top && isDrive(table, entry))
+    for (const MountEntry &entry : disk.mounts().entries()) {
+        if (entry.mountPoint == top && isDrive(entry, disk))
             return describe(entry);
     }
     return std::nullopt;
 }
 
-std::optional<VolumeInfo> volume(const fs::path &containing, const std::vector<VolumeInfo> &volumes) {
+std::optional<VolumeInfo> volume(const fs::path &containing, const std::vector<VolumeInfo> &volumes, Disk &disk) {
     const QString path = lowered(Paths::standardised(containing));
     const VolumeInfo *best = nullptr;
     qsizetype bestLength = -1;
@@ -139,27 +142,25 @@ std::optional<VolumeInfo> volume(const fs::path &containing, const std::vector<V
     }
     if (best)
         return *best;
-    const std::optional<QString> inHome = relativePath(containing, homeURL());
+    const std::optional<QString> inHome = relativePath(containing, homeURL(), disk);
     if (inHome && !inHome->isEmpty())
-        return homeDrive();
+        return homeDrive(disk);
     return std::nullopt;
 }
 
-std::optional<fs::path> containingVolume(const fs::path &url) {
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.holding(url);
+std::optional<fs::path> containingVolume(const fs::path &url, Disk &disk) {
+    const MountEntry *mount = disk.holding(url);
     return mount ? std::optional(mount->mountPoint) : std::nullopt;
 }
 
 QString volumeName(const fs::path &url) {
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.holding(url);
+    DirectDisk disk;
+    const MountEntry *mount = disk.holding(url);
     return mount ? nameOf(*mount) : Text::fromBytes(Paths::lastComponent(url));
 }
 
-QString fileSystemType(const fs::path &url) {
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.holding(url);
+QString fileSystemType(const fs::path &url, Disk &disk) {
+    const MountEntry *mount = disk.holding(url);
     return mount ? Text::fromBytes(fileSystemTypeName(*mount)) : QString();
 }
 

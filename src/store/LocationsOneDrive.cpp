@@ -8,8 +8,6 @@
 
 #include <algorithm>
 
-#include <unistd.h>
-
 namespace Locations {
 
 namespace {
@@ -18,13 +16,8 @@ bool isNamedOneDrive(const fs::path &entry) {
     return entry.filename().native().starts_with("OneDrive");
 }
 
-bool isLink(const fs::path &entry) {
-    std::error_code error;
-    return fs::is_symlink(entry, error);
-}
-
-bool isReadableFolder(const fs::path &entry) {
-    return isFolder(entry) && ::access(entry.c_str(), R_OK) == 0;
+bool isReadableFolder(const PathFacts &facts) {
+    return !facts.isAnswered || (facts.isFolder && facts.canRead);
 }
 
 bool isLeftOver(const QString &name) {
@@ -32,13 +25,13 @@ bool isLeftOver(const QString &name) {
 }
 
 /// The folders that a OneDrive client makes by itself, the ones of live accounts first.
-std::vector<fs::path> namedFolders() {
+std::vector<fs::path> namedFolders(Disk &disk) {
     std::vector<fs::path> roots;
     for (const fs::path &place : {homeURL() / "Library/CloudStorage", homeURL()}) {
-        for (const fs::path &entry : visibleEntries(place)) {
-            if (isNamedOneDrive(entry) && !isLink(entry) && isReadableFolder(entry) &&
-                std::find(roots.begin(), roots.end(), entry) == roots.end())
-                roots.push_back(entry);
+        for (const FolderItem &item : disk.visibleItems(place)) {
+            if (isNamedOneDrive(item.path) && !item.isLink && isReadableFolder(disk.look(item.path)) &&
+                std::find(roots.begin(), roots.end(), item.path) == roots.end())
+                roots.push_back(item.path);
         }
     }
     std::stable_sort(roots.begin(), roots.end(), [](const fs::path &a, const fs::path &b) {
@@ -49,32 +42,33 @@ std::vector<fs::path> namedFolders() {
     return roots;
 }
 
-std::vector<fs::path> linkedFolders() {
+std::vector<fs::path> linkedFolders(Disk &disk) {
     std::vector<fs::path> folders;
-    for (const fs::path &entry : visibleEntries(homeURL())) {
-        if (isNamedOneDrive(entry) && isLink(entry))
-            folders.push_back(resolved(entry));
+    for (const FolderItem &item : disk.visibleItems(homeURL())) {
+        if (isNamedOneDrive(item.path) && item.isLink)
+            folders.push_back(disk.resolved(item.path));
     }
     std::sort(folders.begin(), folders.end());
     return folders;
 }
 
-void addIfNew(std::vector<OneDriveFolder> &folders, const fs::path &url, const QString &what) {
+void addIfNew(std::vector<OneDriveFolder> &folders, const OneDriveFolder &found, Disk &disk) {
+    const fs::path place = disk.resolved(found.url);
     // A folder that holds the home folder would take everything for OneDrive's.
-    if (!isReadableFolder(url) || Paths::isWithin(resolved(homeURL()), resolved(url)))
+    if (!isReadableFolder(disk.look(found.url)) || Paths::isWithin(disk.resolved(homeURL()), place))
         return;
-    const auto same = std::find_if(folders.begin(), folders.end(), [&](const OneDriveFolder &folder) {
-        return folder.url == url || resolved(folder.url) == resolved(url);
-    });
+    const auto same = std::find_if(folders.begin(), folders.end(),
+                                   [&](const OneDriveFolder &folder) { return disk.resolved(folder.url) == place; });
     if (same == folders.end())
-        folders.push_back({url, what});
+        folders.push_back(found);
     else if (same->what.isEmpty())
-        same->what = what;
+        same->what = found.what;
 }
 
-/// Whether nothing is mounted at a mount point at present, or nothing that answers.
-bool isBare(const fs::path &mountPoint) {
-    return !MountTable::read().reachableAt(mountPoint) || !isFolder(mountPoint);
+/// Whether nothing is mounted at a mount point at present, or nothing that lives.
+bool isBare(const fs::path &mountPoint, Disk &disk) {
+    const PathFacts facts = disk.look(mountPoint);
+    return !disk.mounts().reachableAt(mountPoint) || (facts.isAnswered && !facts.isFolder);
 }
 
 QString shownChoice(const QString &chosen) {
@@ -83,16 +77,19 @@ QString shownChoice(const QString &chosen) {
 
 } // namespace
 
-std::vector<OneDriveFolder> oneDriveFolders() {
+std::vector<OneDriveFolder> oneDriveFolders(Disk &disk) {
+    const auto described = [&](const fs::path &url) {
+        return OneDriveFolder{url, OneDriveClients::mountAt(url, disk.mounts()).value_or(QString())};
+    };
     std::vector<OneDriveFolder> folders;
-    for (const fs::path &root : namedFolders())
-        folders.push_back({root, OneDriveClients::mountAt(root).value_or(QString())});
+    for (const fs::path &root : namedFolders(disk))
+        folders.push_back(described(root));
     if (TestRoot::isActive())
         return folders;
-    for (const fs::path &folder : linkedFolders())
-        addIfNew(folders, folder, OneDriveClients::mountAt(folder).value_or(QString()));
-    for (const OneDriveClients::ClientFolder &folder : OneDriveClients::folders())
-        addIfNew(folders, folder.url, folder.what);
+    for (const fs::path &folder : linkedFolders(disk))
+        addIfNew(folders, described(folder), disk);
+    for (const OneDriveClients::ClientFolder &folder : OneDriveClients::folders(disk))
+        addIfNew(folders, {folder.url, folder.what}, disk);
     return folders;
 }
 
@@ -104,26 +101,28 @@ std::vector<fs::path> oneDriveRoots() {
 }
 
 OneDriveInUse oneDriveInUse(const std::optional<QString> &chosen, const std::optional<QString> &keptMount,
-                            const std::vector<OneDriveFolder> &found) {
+                            const std::vector<OneDriveFolder> &found, Disk &disk) {
     using State = OneDriveInUse::State;
     const std::optional<fs::path> mount = keptMount ? storedPath(*keptMount) : std::nullopt;
     const OneDriveInUse notMounted{.state = State::NotMounted, .mountPoint = mount};
     const auto use = [&](const fs::path &root) {
-        return OneDriveInUse{
-            .state = State::Ready, .root = root, .mountPoint = mount && isHeldBy(root, *mount) ? mount : std::nullopt};
+        return OneDriveInUse{.state = State::Ready,
+                             .root = root,
+                             .mountPoint = mount && isHeldBy(root, *mount, disk) ? mount : std::nullopt};
     };
     OneDriveInUse none;
     if (chosen) {
         const std::optional<fs::path> choice = storedPath(*chosen);
-        if (choice && isFolder(*choice)) {
+        const PathFacts facts = choice ? disk.look(*choice) : PathFacts();
+        if (facts.isFolder || !facts.isAnswered) {
             const OneDriveInUse ready = use(*choice);
-            const bool belongsOnMount = mount && Paths::isWithin(resolved(*choice), *mount);
+            const bool belongsOnMount = mount && Paths::isWithin(disk.resolved(*choice), *mount);
             return belongsOnMount && !ready.mountPoint ? notMounted : ready;
         }
         none.goneChoice = choice.value_or(Text::toPath(shownChoice(*chosen)));
     }
     // Never a reason to take another account's folder.
-    if (mount && isBare(*mount))
+    if (mount && isBare(*mount, disk))
         return notMounted;
     if (found.empty())
         return none;
@@ -132,16 +131,14 @@ OneDriveInUse oneDriveInUse(const std::optional<QString> &chosen, const std::opt
     return detected;
 }
 
-std::optional<fs::path> mountPointToKeep(const fs::path &folder) {
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.holding(folder);
-    const MountEntry *ofHome = table.holding(homeURL());
+std::optional<fs::path> mountPointToKeep(const fs::path &folder, Disk &disk) {
+    const MountEntry *mount = disk.holding(folder);
+    const MountEntry *ofHome = disk.holding(homeURL());
     return mount && mount != ofHome ? std::optional(mount->mountPoint) : std::nullopt;
 }
 
-bool isHeldBy(const fs::path &folder, const fs::path &top) {
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.holding(folder);
+bool isHeldBy(const fs::path &folder, const fs::path &top, Disk &disk) {
+    const MountEntry *mount = disk.holding(folder);
     return mount && Paths::isWithin(mount->mountPoint, top);
 }
 
@@ -150,19 +147,19 @@ QString notMounted(const fs::path &mountPoint) {
            QStringLiteral("). Start your OneDrive client, then sync again.");
 }
 
-std::optional<QString> oneDriveRefusal(const fs::path &folder) {
+std::optional<QString> oneDriveRefusal(const fs::path &folder, Disk &disk) {
     const auto refuse = [&](const QString &reason) {
         return QStringLiteral("“") + Text::fromBytes(Paths::lastComponent(folder)) +
                QStringLiteral("” can't be the OneDrive folder: ") + reason;
     };
     if (!Text::isUtf8(folder.native()))
         return refuse(QStringLiteral("its path isn't valid text."));
-    if (!isFolder(folder))
+    const PathFacts facts = disk.look(folder);
+    if (facts.isAnswered && !facts.isFolder)
         return refuse(QStringLiteral("it isn't a folder."));
-    if (Paths::isWithin(resolved(homeURL()), resolved(folder)))
+    if (Paths::isWithin(disk.resolved(homeURL()), disk.resolved(folder)))
         return refuse(QStringLiteral("your home folder is inside it."));
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.holding(folder);
+    const MountEntry *mount = disk.holding(folder);
     if (mount && mount->type == "fuse.gvfsd-fuse")
         return refuse(QStringLiteral("the desktop's own cloud accounts name files by identifiers, so a path that was "
                                      "written isn't the path that is read. Set up a OneDrive client instead."));

@@ -20,23 +20,28 @@ std::optional<QString> relativeText(const fs::path &url, const fs::path &base) {
 
 } // namespace
 
-std::optional<QString> relativePath(const fs::path &url, const fs::path &base) {
+std::optional<QString> relativePath(const fs::path &url, const fs::path &base, Disk &disk) {
     if (std::optional<QString> asGiven = relativeText(url, base))
         return asGiven;
     const fs::path path = Paths::standardised(url);
     const fs::path top = Paths::standardised(base);
     if (std::optional<QString> standard = relativeText(path, top))
         return standard;
-    return relativeText(resolved(path), resolved(top));
+    return relativeText(disk.resolved(path), disk.resolved(top));
 }
 
-std::optional<ResolvedFolder> resolveOriginal(const FolderPair &pair, const std::vector<VolumeInfo> &volumes) {
+bool overlap(const fs::path &a, const fs::path &b) {
+    return Paths::overlap(a, b) || Paths::overlap(resolved(a), resolved(b));
+}
+
+std::optional<ResolvedFolder> resolveOriginal(const FolderPair &pair, const std::vector<VolumeInfo> &volumes,
+                                              Disk &disk) {
     const auto folderOn = [&](const fs::path &top) {
         // Joined as text: a stored path that begins with "/" must not replace the drive's.
         return pair.sourceRelPath.isEmpty() ? top : fs::path(top.native() + '/' + Text::toBytes(pair.sourceRelPath));
     };
     if (pair.volumeUUID == homeKey) {
-        const VolumeInfo home = homeDrive();
+        const VolumeInfo home = homeDrive(disk);
         return ResolvedFolder{home, folderOn(home.url)};
     }
     for (const VolumeInfo &drive : volumes) {
@@ -44,7 +49,10 @@ std::optional<ResolvedFolder> resolveOriginal(const FolderPair &pair, const std:
             return ResolvedFolder{drive, folderOn(drive.url)};
     }
     for (const VolumeInfo &drive : volumes) {
-        if (drive.name == pair.volumeName && isFolder(folderOn(drive.url)))
+        if (drive.name != pair.volumeName)
+            continue;
+        const PathFacts facts = disk.look(folderOn(drive.url));
+        if (facts.isFolder || !facts.isAnswered)
             return ResolvedFolder{drive, folderOn(drive.url)};
     }
     return std::nullopt;

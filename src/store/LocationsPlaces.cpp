@@ -1,13 +1,10 @@
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "platform/FolderAnchor.h"
-#include "platform/FolderReader.h"
 #include "store/Locations.h"
 #include "store/TestRoot.h"
 
 #include <cstdlib>
 #include <pwd.h>
-#include <system_error>
 
 #include <unistd.h>
 
@@ -38,23 +35,6 @@ fs::path homeURL() {
 bool isFolder(const fs::path &path) {
     std::error_code error;
     return fs::is_directory(path, error);
-}
-
-std::vector<fs::path> visibleEntries(const fs::path &folder) {
-    std::vector<fs::path> entries;
-    try {
-        // Opened like an original: looking around leaves no mark on the user's folders.
-        const FolderAnchor anchor(folder);
-        const FileDescriptor open = OpenBelow::folder(anchor.descriptor(), {});
-        FolderReader reader(open.get());
-        for (FolderReader::Item item; reader.next(item);) {
-            if (!item.name.starts_with('.'))
-                entries.push_back(folder / item.name);
-        }
-    } catch (const std::system_error &) {
-        // What could be read is there.
-    }
-    return entries;
 }
 
 fs::path resolved(const fs::path &path) {

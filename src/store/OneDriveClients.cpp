@@ -2,28 +2,19 @@
 
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "platform/AtomicFile.h"
-#include "platform/MountTable.h"
 #include "store/Locations.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include <fcntl.h>
-
 namespace OneDriveClients {
 
 namespace {
 
-constexpr std::size_t largestConfig = 1024 * 1024;
 constexpr std::string_view rcloneType = "fuse.rclone";
 constexpr std::string_view onedriverType = "fuse.onedriver";
 constexpr std::string_view oneDriveBackend = "onedrive";
 constexpr std::string_view blanks = " \t\r";
-
-std::string readConfig(const fs::path &file) {
-    return AtomicFile::read({AT_FDCWD, file.c_str()}, largestConfig, LinkAtEnd::IsFollowed).value_or(std::string());
-}
 
 std::string_view trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
@@ -57,23 +48,26 @@ std::optional<Setting> settingOf(std::string_view line, std::string_view signs) 
     return Setting{trimmed(line.substr(0, sign)), trimmed(line.substr(sign + 1))};
 }
 
-fs::path rcloneConfig() {
+bool isThere(const fs::path &file, Disk &disk) {
+    const PathFacts facts = disk.look(file);
+    return facts.isAnswered && facts.error == 0;
+}
+
+fs::path rcloneConfig(Disk &disk) {
     if (const char *named = std::getenv("RCLONE_CONFIG"); named && *named)
-        return named;
+        return Paths::standardised(named);
     const fs::path home = Locations::homeURL();
-    std::error_code error;
     for (const fs::path &file :
          {Locations::configFolder() / "rclone/rclone.conf", home / ".config/rclone/rclone.conf"}) {
-        if (fs::exists(file, error))
+        if (isThere(file, disk))
             return file;
     }
     return home / ".rclone.conf";
 }
 
 /// Whether the general client has been signed in with this configuration.
-bool isSignedIn(const fs::path &account) {
-    std::error_code error;
-    return fs::exists(account / "refresh_token", error) || fs::exists(account / "items.sqlite3", error);
+bool isSignedIn(const fs::path &account, Disk &disk) {
+    return isThere(account / "refresh_token", disk) || isThere(account / "items.sqlite3", disk);
 }
 
 std::optional<fs::path> placeOf(const std::string &syncDir) {
@@ -83,44 +77,43 @@ std::optional<fs::path> placeOf(const std::string &syncDir) {
     return Locations::storedPath(Text::fromBytes(syncDir));
 }
 
-std::optional<fs::path> folderOfFirstAccount() {
+std::optional<fs::path> folderOfFirstAccount(Disk &disk) {
     const fs::path account = Locations::configFolder() / "onedrive";
-    std::error_code error;
     const fs::path own = account / "config";
-    const std::optional<std::string> set = syncDir(readConfig(fs::exists(own, error) ? own : "/etc/onedrive/config"));
-    if (!set && !isSignedIn(account))
+    const std::optional<std::string> set = syncDir(disk.text(isThere(own, disk) ? own : "/etc/onedrive/config"));
+    if (!set && !isSignedIn(account, disk))
         return std::nullopt;
     return placeOf(set.value_or("~/OneDrive"));
 }
 
 /// Further accounts have a folder of any name, as other programs have, too: it counts as the client's when its name
 /// says so or somebody is signed in there.
-std::optional<fs::path> folderOfFurtherAccount(const fs::path &account) {
-    const std::optional<std::string> set = syncDir(readConfig(account / "config"));
-    const bool isClients = account.filename().native().starts_with("onedrive") || isSignedIn(account);
+std::optional<fs::path> folderOfFurtherAccount(const fs::path &account, Disk &disk) {
+    const std::optional<std::string> set = syncDir(disk.text(account / "config"));
+    const bool isClients = account.filename().native().starts_with("onedrive") || isSignedIn(account, disk);
     return set && isClients ? placeOf(*set) : std::nullopt;
 }
 
-std::vector<fs::path> foldersOfAccounts() {
+std::vector<fs::path> foldersOfAccounts(Disk &disk) {
     std::vector<fs::path> folders;
     const auto add = [&](const std::optional<fs::path> &folder) {
         if (folder)
             folders.push_back(*folder);
     };
-    add(folderOfFirstAccount());
-    std::vector<fs::path> further = Locations::visibleEntries(Locations::configFolder());
-    std::sort(further.begin(), further.end());
-    for (const fs::path &account : further) {
-        if (account.filename() != "onedrive")
-            add(folderOfFurtherAccount(account));
+    add(folderOfFirstAccount(disk));
+    std::vector<FolderItem> further = disk.visibleItems(Locations::configFolder());
+    std::sort(further.begin(), further.end(), [](const FolderItem &a, const FolderItem &b) { return a.path < b.path; });
+    for (const FolderItem &account : further) {
+        if (account.path.filename() != "onedrive")
+            add(folderOfFurtherAccount(account.path, disk));
     }
     return folders;
 }
 
-bool showsOneDrive(const MountEntry &mount) {
+bool showsOneDrive(const MountEntry &mount, Disk &disk) {
     const Remote remote = remoteOf(mount.source);
     return remote.backend == oneDriveBackend ||
-           (!remote.name.empty() && hasOneDriveRemote(readConfig(rcloneConfig()), remote.name));
+           (!remote.name.empty() && hasOneDriveRemote(disk.text(rcloneConfig(disk)), remote.name));
 }
 
 std::optional<QString> nameOf(const MountEntry &mount) {
@@ -173,23 +166,22 @@ Remote remoteOf(std::string_view source) {
     return isOnTheFly ? Remote{{}, name} : Remote{name, {}};
 }
 
-std::vector<ClientFolder> folders() {
+std::vector<ClientFolder> folders(Disk &disk) {
     std::vector<ClientFolder> result;
-    for (const fs::path &folder : foldersOfAccounts())
+    for (const fs::path &folder : foldersOfAccounts(disk))
         result.push_back({folder, QStringLiteral("folder of the OneDrive client")});
-    const MountTable table = MountTable::read();
+    const MountTable &table = disk.mounts();
     for (const std::string_view type : {onedriverType, rcloneType}) {
         for (const MountEntry &mount : table.entries()) {
-            if (mount.type == type && table.isReachable(mount) && (type != rcloneType || showsOneDrive(mount)))
+            if (mount.type == type && table.isReachable(mount) && (type != rcloneType || showsOneDrive(mount, disk)))
                 result.push_back({mount.mountPoint, *nameOf(mount)});
         }
     }
     return result;
 }
 
-std::optional<QString> mountAt(const fs::path &place) {
-    const MountTable table = MountTable::read();
-    const MountEntry *mount = table.reachableAt(Paths::standardised(place));
+std::optional<QString> mountAt(const fs::path &place, const MountTable &mounts) {
+    const MountEntry *mount = mounts.reachableAt(Paths::standardised(place));
     return mount ? nameOf(*mount) : std::nullopt;
 }
 

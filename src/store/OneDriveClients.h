@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Disk.h"
+
 #include <QString>
 
 #include <filesystem>
@@ -36,9 +38,9 @@ struct ClientFolder {
 
 /// The folders of the general client's accounts, then the mounts of onedriver and of rclone, whether or not anything
 /// stands there.
-std::vector<ClientFolder> folders();
+std::vector<ClientFolder> folders(Disk &disk);
 
 /// What an rclone mount or an onedriver mount at exactly this place is called; none when there is none.
-std::optional<QString> mountAt(const fs::path &place);
+std::optional<QString> mountAt(const fs::path &place, const MountTable &mounts);
 
 } // namespace OneDriveClients

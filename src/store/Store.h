@@ -31,7 +31,7 @@ void save(const AppConfig &config);
 /// The stored runs, newest first; none when there is nothing usable.
 std::vector<SyncRun> loadHistory();
 
-/// Replaces the history file in one step; a failure is dropped and the old file stays.
+/// Replaces the history file in one step; a failure is dropped and the old file stays. May run on a thread of its own.
 void save(const std::vector<SyncRun> &history);
 
 } // namespace Store

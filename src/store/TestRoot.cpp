@@ -16,7 +16,8 @@ namespace {
 constexpr const char *variable = "TARNWICK_TEST_ROOT";
 constexpr const char *marker = ".tarnwick-test-root";
 
-std::optional<fs::path> active;
+/// Never destroyed: threads that nobody waits for may look for it to the end of the process.
+std::optional<fs::path> &active = *new std::optional<fs::path>;
 
 } // namespace
 

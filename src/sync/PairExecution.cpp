@@ -54,7 +54,8 @@ void PairExecution::carryOut() {
     RunRecord::addPlan(context.run, job, plan);
     context.reporter.progress.pairName = job.name;
     makeFolders();
-    copyFiles();
+    if (!hasNoPlace)
+        copyFiles();
     finish();
 }
 
@@ -74,6 +75,12 @@ void PairExecution::makeFolders() {
             context.run.errors.push_back(job.name + u'/' + Text::fromBytes(PairPlan::rel(folder.folder)) +
                                          QStringLiteral(": couldn't create folder (") +
                                          describe(std::current_exception()).text + u')');
+            // Without a backup folder nothing else can be made, and only where the drive has gone is there more to say.
+            hasNoPlace = !planned.backup.isOpen() && planned.backupParent.isInPlace();
+            if (hasNoPlace) {
+                result.note = QStringLiteral("Backup folder not available");
+                return;
+            }
         }
     }
 }

@@ -70,6 +70,7 @@ class PairExecution {
     const PairPlan &plan;
     RunContext context;
     PairResult result;
+    bool hasNoPlace = false;    ///< the backup folder couldn't be made, though the folder for it is there
     std::int64_t datesLost = 0; ///< copies whose dates the backup's file system didn't keep
     Copier copier;
     FolderWatch originalWatch;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "base/Fmt.h"
 #include "base/Text.h"
 #include "store/Locations.h"
 #include "sync/PairPlan.h"
 #include "sync/SyncJob.h"
 
 #include <QString>
+
+#include <cerrno>
 
 /// The sentences of a plan that are also needed when a copy is decided anew, and those about a pair for which none can
 /// be made. `path` is relative to the pair's folders.
@@ -44,12 +47,18 @@ inline QString mayNotReachTheCloud(const PairPlan &plan) {
            (one ? QStringLiteral("Its") : QStringLiteral("Their")) + QStringLiteral(" backup may not reach the cloud.");
 }
 
-inline QString originalMissing(const SyncJob &job) {
-    return job.name + QStringLiteral(": the folder is missing on the drive (") + Text::fromPath(job.original) + u')';
+/// `error` is the errno of opening it; one that says more than that nothing is there is told.
+inline QString originalMissing(const SyncJob &job, int error) {
+    const bool isToldAlready = error == 0 || error == ENOENT;
+    return job.name + QStringLiteral(": the folder is missing on the drive (") + Text::fromPath(job.original) +
+           (isToldAlready ? QString() : QStringLiteral(": ") + Fmt::systemError(error)) + u')';
 }
 
-inline QString backupUnavailable(const SyncJob &job) {
-    return job.name + QStringLiteral(": the backup folder isn't available (") + Locations::tildePath(job.backup) + u')';
+/// `error` is the errno of opening the folder that it is to be created in.
+inline QString backupUnavailable(const SyncJob &job, int error) {
+    return job.name + QStringLiteral(": the backup folder isn't available (") + Locations::tildePath(job.backup) +
+           QStringLiteral("): ") + Locations::tildePath(job.backup.parent_path()) +
+           QStringLiteral(" can't be opened (") + Fmt::systemError(error) + u')';
 }
 
 inline QString notMounted(const SyncJob &job) {

@@ -21,7 +21,8 @@ std::optional<JobRefusal> PlannedJob::open(const SyncJob &order) {
     job = &order;
     original = FolderAnchor::openIfFolder(order.original);
     if (!original.isOpen())
-        return JobRefusal{PlanText::originalMissing(order), QStringLiteral("Folder not found on the drive")};
+        return JobRefusal{PlanText::originalMissing(order, original.openError()),
+                          QStringLiteral("Folder not found on the drive")};
     backup = FolderAnchor::openIfFolder(order.backup);
     if (!backup.isOpen())
         backupParent = FolderAnchor::openIfFolder(order.backup.parent_path());
@@ -29,6 +30,7 @@ std::optional<JobRefusal> PlannedJob::open(const SyncJob &order) {
     if (order.mountPoint && !isOnMount(anchor, *order.mountPoint))
         return JobRefusal{PlanText::notMounted(order), QStringLiteral("OneDrive isn't mounted")};
     if (!anchor.isOpen())
-        return JobRefusal{PlanText::backupUnavailable(order), QStringLiteral("Backup folder not available")};
+        return JobRefusal{PlanText::backupUnavailable(order, anchor.openError()),
+                          QStringLiteral("Backup folder not available")};
     return std::nullopt;
 }

@@ -20,7 +20,7 @@ std::int64_t need(const PairPlan &plan);
 /// The free bytes of a volume; none when unknown.
 std::optional<std::int64_t> freeSpace(const std::filesystem::path &volume);
 
-/// The sentence that refuses the run, or none. An unknown volume or free space never blocks one.
+/// The sentence that refuses the run, or none. An unknown free space never blocks one.
 std::optional<QString> spaceProblem(const std::vector<const PairPlan *> &plans);
 
 } // namespace SpaceCheck

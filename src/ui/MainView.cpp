@@ -86,9 +86,7 @@ void MainView::render() {
     card->render();
     tabs->render(model.tab());
     content->setCurrentIndex(static_cast<int>(model.tab()));
-    folders->render();
-    activity->render();
-    settings->render();
+    renderTab();
     renderSheet();
 }
 
@@ -104,6 +102,18 @@ void MainView::setCompact(bool isCompact) {
     activity->setCompact(isCompact);
 }
 
+/// Only the one that is shown: a change of the tab renders, too.
+void MainView::renderTab() {
+    switch (model.tab()) {
+    case MainTab::folders:
+        return folders->render();
+    case MainTab::activity:
+        return activity->render();
+    case MainTab::settings:
+        return settings->render();
+    }
+}
+
 void MainView::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
     if (event->type() != QEvent::StyleChange)
@@ -111,6 +121,9 @@ void MainView::changeEvent(QEvent *event) {
     // Later, because the style sheet gives other widgets their old palette back after this.
     const auto takeOver = [this] {
         Labels::takeOverPalette(*this);
+        folders->render();
+        activity->render();
+        settings->render();
         render();
     };
     QMetaObject::invokeMethod(this, takeOver, Qt::QueuedConnection);

@@ -32,6 +32,7 @@ class MainView : public QWidget {
     void resizeEvent(QResizeEvent *event) override;
 
   private:
+    void renderTab();
     QAction *makeSyncNow();
     QWidget *makeTabBar();
     void setCompact(bool isCompact);

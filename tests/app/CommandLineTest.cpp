@@ -10,7 +10,14 @@ constexpr const char *noDisplay =
 constexpr const char *overlapping = "The backup folder can't be inside the original folder (or the other way round).\n";
 
 constexpr const char *noOriginal = "1 problem\nmissing: the folder is missing on the drive (@/missing)\n";
-constexpr const char *noParent = "1 problem\nPhotos: the backup folder isn't available (@/missing/P)\n";
+constexpr const char *noParent = "1 problem\nPhotos: the backup folder isn't available (@/missing/P): @/missing can't "
+                                 "be opened (No such file or directory)\n";
+constexpr const char *noFolder = "1 problem\nfile: the folder is missing on the drive (@/file: Not a directory)\n";
+constexpr const char *noAction =
+    "--action takes sync-now, add-folder, show-activity or show-settings. See tarnwick-basic --help.\n";
+std::string unknown(const std::string &word) {
+    return "“" + word + "” is no option and no folder. See tarnwick-basic --help.\n";
+}
 constexpr const char *noMarker =
     "TARNWICK_TEST_ROOT is set to “@/home”, but that folder doesn't exist or has no .tarnwick-test-root marker. Not "
     "starting, so nothing real is touched.\n";
@@ -35,6 +42,7 @@ TEST_P(Refused, IsToldInOneSentenceAndNothingIsDone) {
     tree.file("Photos/a.jpg");
     tree.dir("OneDrive/Photos/Inner");
     tree.link("shortcut", "Photos");
+    tree.file("file");
     const Snapshot before = tree.snapshot();
     Program program = backUp();
     program.words.resize(1); // the program without arguments
@@ -61,7 +69,69 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"around", {"--backup", "@/OneDrive/Photos/Inner", "@/OneDrive/Photos"}, 2, overlapping},
                     Row{"no original", {"--backup", "@/missing", "@/OneDrive/P"}, 1, "", noOriginal},
                     Row{"no parent of the backup", {"--backup", "@/Photos", "@/missing/P"}, 1, "", noParent},
-                    Row{"no marker", {"--backup", "@/Photos", "@/OneDrive/P"}, 3, noMarker, "", "@/home"}));
+                    Row{"a file for an original", {"--backup", "@/file", "@/OneDrive/P"}, 1, "", noFolder},
+                    Row{"no marker", {"--backup", "@/Photos", "@/OneDrive/P"}, 3, noMarker, "", "@/home"},
+                    Row{"no marker and a stray word", {"--bakup"}, 3, noMarker, "", "@/home"}));
+
+// What isn't refused gets as far as to look for a display.
+INSTANTIATE_TEST_SUITE_P(
+    Starts, Refused,
+    testing::Values(Row{"a misspelt command", {"--bakup", "@/Photos"}, 2, unknown("--bakup")},
+                    Row{"a stray word", {"photos"}, 2, unknown("photos")},
+                    Row{"a stray word with the toolkit's", {"-platform", "xcb", "x"}, 2, unknown("x")},
+                    Row{"a file", {"@/file"}, 2, unknown("@/file")}, Row{"an empty word", {""}, 2, unknown("")},
+                    Row{"one letter", {"--login", "-n"}, 2, unknown("-n")},
+                    Row{"an option of a command alone", {"--json"}, 2, unknown("--json")},
+                    Row{"an option behind the mark", {"--", "--login"}, 2, unknown("--login")},
+                    Row{"no action", {"--action"}, 2, noAction},
+                    Row{"an unknown action", {"--action", "nope"}, 2, noAction},
+                    Row{"an action", {"--action", "show-settings"}, 2, noDisplay},
+                    Row{"at login", {"--login", "-session", "1_2", "--style=Fusion"}, 2, noDisplay},
+                    Row{"a folder", {"@/Photos", "--", "@/shortcut"}, 2, noDisplay},
+                    Row{"seconds that are missing", {"--apptest"}, 2, noDisplay},
+                    Row{"a picture that is missing", {"--service", "--snapshot"}, 2, noDisplay}));
+
+TEST_F(ProgramTest, OneLetterAsksForHelpToo) {
+    Program help = backUp();
+    help.words = {TARNWICK_PROGRAM, "--help"};
+    const std::string text = help.run().out;
+    EXPECT_EQ(text.find("Tarnwick Basic keeps a one-way backup"), 0U);
+    help.words = {TARNWICK_PROGRAM, "--sync", "-h"};
+    const Program::Outcome outcome = help.run();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, text);
+}
+
+TEST_F(ProgramTest, WhatStandardOutputDoesNotTakeIsAnError) {
+    tree.file("Photos/a.jpg");
+    Program program = backUp();
+    const Lines ownWords = program.words;
+    for (const Lines &arguments : {Lines{"--version"}, Lines{"--help"}, Lines{"--list"}, Lines{"--list", "--json"},
+                                   Lines{ownWords.begin() + 1, ownWords.end()}}) {
+        program.words = {"sh", "-c", "exec \"$@\" >/dev/full", "-", TARNWICK_PROGRAM};
+        program.words.insert(program.words.end(), arguments.begin(), arguments.end());
+        const Program::Outcome outcome = program.run();
+        EXPECT_EQ(outcome.status, 1) << arguments[0];
+        EXPECT_EQ(outcome.err, "write error: No space left on device\n") << arguments[0];
+    }
+    EXPECT_EQ(tree.read("OneDrive/Photos/a.jpg"), "content");
+}
+
+TEST_F(ProgramTest, ControlCharactersInNamesAreShownOnATerminalAndSentElsewhere) {
+    tree.file("Photos/a\x1b]0;evil\x07.jpg");
+    tree.file("Photos/b\u009bm\x7f.jpg");
+    Program program = backUp();
+    const std::string piped = program.run().out;
+    program.words = {"script", "-qec", program.words[0] + " --backup " + program.words[2] + ' ' + program.words[3],
+                     "/dev/null"};
+    const std::string shown = program.run().out;
+    for (const auto &[raw, picture] :
+         {std::pair("a\x1b]0;evil\x07.jpg", "a␛]0;evil␇.jpg"), std::pair("b\u009bm\x7f.jpg", "b\uFFFDm␡.jpg")}) {
+        EXPECT_NE(piped.find(raw), std::string::npos) << piped;
+        EXPECT_EQ(shown.find(raw), std::string::npos) << shown;
+        EXPECT_NE(shown.find(picture), std::string::npos) << shown;
+    }
+}
 
 TEST_F(ProgramTest, OnlyTheEmptyTemporaryFolderIsLeftInTheHomeFolderOrTheTestRoot) {
     const Snapshot temporary = {{".cache", "dir"}, {".cache/TemporaryItems", "dir"}};

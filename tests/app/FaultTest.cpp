@@ -111,9 +111,29 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"the flush fails", {"syncfs:error=EIO"}, 1, 0, noFlush},
         Row{"a bad file", {"copy_file_range:error=EIO"}, 1, 4, {"Photos/sub/large.jpg: Input/output error"}, large},
         Row{"the disk is full", {"copy_file_range:error=ENOSPC"}, 1, 0, {outOfSpace}, large},
+        Row{"the disk takes no byte", {"copy_file_range:error=EXDEV", "pwrite64:retval=0"}, 1, 0, noFlush},
         Row{"stopped in mid-copy", {"copy_file_range:delay_enter=3000000:when=1"}, 128 + SIGINT, 0},
         Row{"killed while publishing a new file", {"renameat2:signal=KILL:when=1"}, 128 + SIGKILL},
         Row{"killed while publishing a changed file", {"renameat:signal=KILL:when=2"}, 128 + SIGKILL}));
+
+TEST_F(Meddling, AnOriginalThatCannotBeOpenedIsToldWithTheReason) {
+    const Program::Outcome outcome = meddledWith({"open,openat:error=EIO"}, "Photos").run();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(toldBy(recordOf(outcome.out)),
+              Lines{inTree("Photos: the folder is missing on the drive (@/Photos: Input/output error)")});
+}
+
+TEST_F(Meddling, TheFirstStopOnATerminalTellsOfTheSecond) {
+    Program program = meddledWith({"copy_file_range:delay_enter=3000000:when=1"});
+    std::string command = "timeout --preserve-status -s INT 1";
+    for (const std::string &word : program.words)
+        command += ' ' + word;
+    program.words = {"script", "-qec", command, "/dev/null"};
+    const Program::Outcome outcome = program.run();
+    EXPECT_EQ(outcome.status, 130);
+    EXPECT_NE(outcome.out.find("\x1b[KStopping safely; press Ctrl-C again to end at once.\r\n"), std::string::npos)
+        << outcome.out;
+}
 
 TEST_F(Meddling, KilledBetweenTheTwoRenamesOfASwapTheOldVersionStaysUntilANewOneIsThere) {
     for (const char *path : {"Photos/new.jpg", "Photos/sub", "Photos/empty"})

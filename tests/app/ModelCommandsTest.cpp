@@ -34,7 +34,8 @@ TEST_F(ModelCommands, WhatCannotBeDoneIsToldInOneSentenceAndChangesNothing) {
     tree.dir("Home/OneDrive/Locked");
     fs::permissions(tree / "Home/OneDrive/Locked", fs::perms(0555));
     AppConfig config = settings();
-    for (const char *path : {"Off", "OneDrive", "Out", "a/Twin", "b/Twin", "Gone"}) {
+    tree.link("Home/All", tree / "Home");
+    for (const char *path : {"Off", "OneDrive", "Out", "a/Twin", "b/Twin", "Gone", "All"}) {
         config.pairs.push_back(config.pairs[1]);
         config.pairs.back().id = QUuid::createUuid();
         config.pairs.back().sourceRelPath = QLatin1String(path);
@@ -44,11 +45,13 @@ TEST_F(ModelCommands, WhatCannotBeDoneIsToldInOneSentenceAndChangesNothing) {
     config.pairs[7].volumeUUID = QStringLiteral("1234-ABCD");
     save(config);
     std::string reasons = "\n";
-    for (const char *line : {"--add @/Photos @/Home/OneDrive/P", "--add @/Home/Notes @/Home/OneDrive",
-                             "--add @/Home/OneDrive/A @/Home/OneDrive/A/B", "--add @/Home/Notes @/Home/OneDrive/Locked",
-                             "--add @/Home/Notes @/Home/OneDrive/Locked/N",
-                             "--add @/Home/Notes @/Home/OneDrive/missing/N", "--remove Stick", "--remove Twin",
-                             "--sync Notes a", "--sync Off --json", "--sync Gone", "--sync OneDrive", "--sync Out"})
+    for (const char *line :
+         {"--add @/Photos @/Home/OneDrive/P", "--add @/Home/Notes @/Home/OneDrive",
+          "--add @/Home/OneDrive/A @/Home/OneDrive/A/B", "--add @/Home/Notes @/Home/OneDrive/Locked",
+          "--add @/Home/Notes @/Home/OneDrive/Locked/N", "--add @/Home/Notes @/Home/OneDrive/missing/N",
+          "--add @/Home/All @/Home/OneDrive/A", "--backup @/Home/All @/Home/OneDrive/A", "--remove Stick",
+          "--remove Twin", "--sync Notes a", "--sync Off --json", "--sync Gone", "--sync OneDrive", "--sync All",
+          "--sync Out"})
         reasons += told(line, 2);
     fs::rename(tree / "Home/OneDrive", tree / "Home/Cloud");
     EXPECT_EQ(reasons + told("--add @/Home/Notes @/Home/Cloud/N", 2) + told("--sync", 2), R"(
@@ -58,12 +61,15 @@ The backup folder can't be inside the original folder (or the other way round).
 Tarnwick can't write to “Locked”. Pick a folder you have permission to change.
 Tarnwick can't create a folder in “Locked”. Pick a folder you have permission to change.
 The place for the backup (“missing”) isn't available. Open OneDrive and make sure it is signed in.
+The backup folder can't be inside the original folder (or the other way round).
+The backup folder can't be inside the original folder (or the other way round).
 There is no folder “Stick” in the list (see tarnwick-basic --list).
 2 folders in the list have this name. Name the one you mean by its id (see --list --json).
 There is no folder “a” in the list (see tarnwick-basic --list).
 There is nothing to sync right now.
 “Gone” was skipped: the drive “This Mac” isn't connected.
 “OneDrive” was skipped: its backup folder is inside the original.
+“All” was skipped: its backup folder is inside the original.
 “Out” was skipped: its stored folders lead outside the drive or OneDrive.
 OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.
 “Photos” was skipped: OneDrive wasn't found. Choose your OneDrive folder in Settings.
@@ -109,6 +115,47 @@ TEST_F(ModelCommands, ASyncGoesToTheChosenAccountAndIsWrittenDownEverywhere) {
     EXPECT_EQ(history().size(), 3U);
     fs::remove(tree / "Support/config.json"); // but not the profile
     EXPECT_EQ(told("--list"), "Add a folder to back it up to OneDrive.\n");
+}
+
+TEST_F(ModelCommands, ABackupFolderThatCannotBeMadeIsOneProblemAndTheOtherFoldersAreSynced) {
+    tree.dir("Home/Notes/sub");
+    tree.dir("Home/OneDrive/Locked");
+    fs::permissions(tree / "Home/OneDrive/Locked", fs::perms(0555));
+    const std::string denied = "Notes/: couldn't create folder (Permission denied)\n";
+    EXPECT_EQ(told("--backup @/Home/Notes @/Home/OneDrive/Locked/N", 1), "1 problem\n" + denied);
+    AppConfig config = settings();
+    config.pairs[1].backupRelPath = QStringLiteral("Locked/N");
+    std::swap(config.pairs[0], config.pairs[1]);
+    save(config);
+    EXPECT_EQ(told("--sync", 1), "1 file copied (7 bytes) · 1 problem\n" + denied);
+    EXPECT_EQ(settings().pairs[0].lastSummary, QStringLiteral("Backup folder not available"));
+}
+
+TEST_F(ModelCommands, FoldersThatCameBackFromADriveAreTold) {
+    const std::string notice = "Brought back your folder choices for “Stick”. Check them below.\n";
+    told("--sync"); // leaves the profile
+    for (const char *arguments :
+         {"--sync", "--add @/Home/Notes @/Home/OneDrive/Notes", "--onedrive @/Home/OneDrive", "--remove Photos"}) {
+        fs::remove(tree / "Support/config.json");
+        const Program::Outcome outcome = program(arguments).run();
+        EXPECT_EQ(outcome.status, 0) << arguments;
+        EXPECT_EQ(outcome.err, notice) << arguments;
+    }
+}
+
+TEST_F(ModelCommands, AVolumeThatTheMountTableDoesNotTellIsAskedForItsRoom) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
+    const Mount small("tmpfs", tree / "Home/OneDrive", "tmpfs", "size=100m");
+    tree.sparseFile("Home/Notes/large", 2'000'000);
+    Program backUp = program("--backup @/Home/Notes @/Home/OneDrive/made/N");
+    tree.dir("Home/OneDrive/made");
+    backUp.words.insert(backUp.words.begin(),
+                        {"unshare", "--mount", "sh", "-c", "mount -t tmpfs tmpfs /proc && exec \"$@\"", "-"});
+    const Program::Outcome outcome = backUp.run();
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_EQ(outcome.out, "Not enough free space on “made”: this sync needs about 4 MB but only 104.9 MB is free.\n");
+    EXPECT_TRUE(fs::is_empty(tree / "Home/OneDrive/made"));
 }
 
 TEST_F(ModelCommands, ANameThatOneDriveCannotStoreIsRefusedForAFolderThatACommandNames) {

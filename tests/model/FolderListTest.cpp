@@ -14,6 +14,8 @@ TEST_F(ModelUnderTest, TheFirstRefusalWinsAndNothingChanges) {
         text(model->addPair(photos, home)),
         "OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.");
     tree.dir("Home/OneDrive/locked");
+    tree.link("Home/all", home);
+    tree.link("Home/cloud", "OneDrive");
     const Mount locked("tmpfs", oneDrive / "locked", "tmpfs", "ro");
     const Lines pairs = {"+ This Mac:OneDrive/In > A", "+ Drive:Photos > P", "- Gone:X > X"};
     load(pairs);
@@ -25,6 +27,10 @@ TEST_F(ModelUnderTest, TheFirstRefusalWinsAndNothingChanges) {
          "Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not OneDrive's top folder)."},
         {oneDrive, oneDrive / "none/a",
          "The backup folder can't be inside the original folder (or the other way round)."},
+        {home / "all", oneDrive / "a",
+         "The backup folder can't be inside the original folder (or the other way round)."},
+        {home / "cloud/In", oneDrive / "In/a",
+         "The backup folder can't be inside the original folder (or the other way round)."},
         {photos, oneDrive / "none/a",
          "The place for the backup (“none”) isn't available. Open OneDrive and make sure it is signed in."},
         {photos, oneDrive / "locked", "Tarnwick can't write to “locked”. Pick a folder you have permission to change."},
@@ -35,7 +41,7 @@ TEST_F(ModelUnderTest, TheFirstRefusalWinsAndNothingChanges) {
     EXPECT_EQ(text(model->setBackup(QUuid(), home)), "That folder isn't in the list any more.");
     EXPECT_EQ(text(model->setBackup(id(0), home)), std::get<2>(rows[4]));
     EXPECT_EQ(text(model->setBackup(id(1), oneDrive)), std::get<2>(rows[3]));
-    EXPECT_EQ(text(model->setBackup(id(2), oneDrive / "none/a")), std::get<2>(rows[5]));
+    EXPECT_EQ(text(model->setBackup(id(2), oneDrive / "none/a")), std::get<2>(rows[7]));
     EXPECT_EQ(listed(), pairs);
 }
 

@@ -24,7 +24,8 @@ class ModelUnderTest : public StoreUnderTest {
     }
     ~ModelUnderTest() override {
         EXPECT_TRUE(until([&] { return !model || !model->busy(); }) &&
-                    AppModel::flushProfiles(std::chrono::seconds(10)));
+                    AppModel::flushProfiles(std::chrono::seconds(10)) &&
+                    AppModel::flushHistory(std::chrono::seconds(10)));
     }
     /// Makes the model anew from settings with these pairs.
     void load(const Lines &pairs) {

@@ -68,6 +68,7 @@ TEST_F(MountedOneDrive, TheSyncAtLaunchRunsWhenTheMountAppears) {
 
 TEST_F(MountedOneDrive, ChoosingAnewForgetsTheMount) {
     unmount();
+    model->refreshEnvironment();
     EXPECT_EQ(text(model->chooseOneDrive(tree / "Home/OneDrive-Other/x")),
               "“x” can't be the OneDrive folder: it isn't a folder.");
     EXPECT_EQ(text(model->chooseOneDrive(tree / "Home")),
@@ -114,6 +115,7 @@ TEST_F(ModelUnderTest, ARunIntoAnotherFolderThanTheChosenOneSaysSo) {
     load({"+ This Mac:Notes > Notes"});
     model->chooseOneDrive(tree / "Volumes/Other");
     fs::remove(tree / "Volumes/Other");
+    model->refreshEnvironment();
     const std::string notice = "The chosen OneDrive folder (" + (tree / "Volumes/Other").native() +
                                ") wasn't found, so backups go to ~/OneDrive. Choose your OneDrive folder in Settings.";
     EXPECT_EQ(text(model->oneDriveNotice()), notice);

@@ -49,5 +49,6 @@ TEST_F(ModelUnderTest, AChangeIsSavedWhereItDiffers) {
     config.oneDriveRootPath = QString::fromStdString(tree / "Volumes/New");
     EXPECT_TRUE(saved() == 1 && model->volumes().size() == 3 && model->oneDriveRoot() == tree / "Volumes/New");
     fs::remove(tree / "Volumes/New");
+    model->refreshEnvironment();
     EXPECT_EQ(model->oneDriveRoot(), oneDrive);
 }

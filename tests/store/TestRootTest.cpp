@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 namespace {
 
 class TestRootVariable : public testing::Test {
@@ -29,6 +31,24 @@ class TestRootVariable : public testing::Test {
 
     TestTree tree;
 };
+
+/// Called after everything static has been destroyed.
+void endByWhetherARootIsActive() {
+    ::_exit(TestRoot::isActive() && *TestRoot::url() == "/root" ? 0 : 1);
+}
+
+/// Before anything static is made, so that it is called after all of that has gone.
+[[gnu::constructor(101)]] void registerEnd() {
+    ::on_exit([](int status, void *) { status == 77 ? endByWhetherARootIsActive() : void(); }, nullptr);
+}
+
+TEST(TestRootAtTheEnd, StaysActiveForThreadsThatNobodyWaitsFor) {
+    const auto end = [] {
+        TestRoot::set("/root");
+        std::exit(77);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+}
 
 TEST_F(TestRootVariable, WithoutAMarkedFolderTheStartIsRefused) {
     tree.file("unmarked/tarnwick-test-root");

@@ -498,9 +498,7 @@ TEST_F(WindowTest, TheLinesOfARunFollowTheWidthOfTheWindow) {
     std::map<int, int> heights;
     for (const int width : {980, 880, 1400, 900}) {
         view.resize(width, 720);
-        QCoreApplication::processEvents();
-        heights[width] = heightOfWellLaidRows(*list);
-        EXPECT_GT(heights[width], 2000 * 40) << width;
+        EXPECT_TRUE(waitFor([&] { return (heights[width] = heightOfWellLaidRows(*list)) > 2000 * 40; })) << width;
     }
     EXPECT_LT(heights[1400], heights[880]);
 }

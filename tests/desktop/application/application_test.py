@@ -2,6 +2,7 @@
 """The whole application on a desktop of its own, as a user meets it. Usage: application_test.py PROGRAM TEST"""
 
 import contextlib
+import json
 import os
 import pathlib
 import re
@@ -170,7 +171,87 @@ class Application(unittest.TestCase):
         self.assertFalse(desktop.windows())
         self.assertEqual(desktop.run("--action", "show-activity").returncode, 0)
         wait_for("the window", desktop.windows)
-        os.kill(int((desktop.settings_folder / "tarnwick-basic.lock").read_text().split()[0]), signal.SIGTERM)
+        os.kill(self.holder(), signal.SIGTERM)
+
+    def test_started_by_hand_after_boot(self):
+        desktop = self.desktop
+        desktop.add("Notes", {"a.txt": "one"})
+        up = float(pathlib.Path("/proc/uptime").read_text().split()[0])
+        just_booted = ["unshare", "--time", f"--boottime={int(60 - up)}", "--fork", PROGRAM]
+        for token in ("XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"):
+            os.environ[token] = "menu-1_TIME5"
+            application = desktop.start(*just_booted, stdin=subprocess.DEVNULL)
+            del os.environ[token]
+            wait_for("the window", desktop.windows)
+            os.kill(self.holder(), signal.SIGTERM)
+            application.wait(10)
+        terminal = desktop.start("script", "-qec", " ".join(just_booted), "/dev/null", stdin=subprocess.DEVNULL)
+        wait_for("the window", desktop.windows)
+        os.kill(self.holder(), signal.SIGTERM)
+        terminal.wait(10)
+        self.assertNotIn("at login", desktop.log())
+        desktop.start(*just_booted, stdin=subprocess.DEVNULL)
+        wait_for("the start", lambda: "started at login\n" in desktop.log())
+        self.assertFalse(desktop.windows())
+        os.kill(self.holder(), signal.SIGTERM)
+
+    def holder(self):
+        return int((self.desktop.settings_folder / "tarnwick-basic.lock").read_text().split()[0])
+
+    def test_sync_is_handed_over(self):
+        desktop = self.desktop
+        desktop.add("Notes", {"a.txt": "one"})
+        desktop.add("Other", {"b.txt": "two"})
+        application = desktop.launch()
+        wait_for("the window", desktop.windows)
+        sessions = {name: os.environ.pop(name) for name in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR", "DISPLAY")}
+
+        def outcome(*arguments):
+            run = desktop.run("--sync", *arguments)
+            return run.returncode, run.stdout, run.stderr
+
+        # As from cron or over ssh, and then with the bus of the session.
+        self.assertEqual(outcome("Notes"), (0, "1 file copied (3 bytes)\n", ""))
+        self.assertEqual(outcome("none"), (2, "", "There is no folder “none” in the list (see tarnwick-basic --list).\n"))
+        printed = json.loads(outcome("--json")[1])
+        self.assertEqual(printed, wait_for("the record", lambda: desktop.history()[0]))
+        self.assertEqual((printed["filesCopied"], printed["trigger"]), (1, "manual"))
+        (desktop.home / "Other/b.txt").unlink()
+        (desktop.home / "Other").rmdir()
+        os.environ.update(sessions)
+        missing = f"Other: the folder is missing on the drive ({desktop.home}/Other)"
+        self.assertEqual(outcome("Other"), (1, f"1 problem\n{missing}\n", ""))
+        self.assertEqual(len(desktop.history()), 3)
+        application.terminate()
+        self.assertEqual(application.wait(10), 0)
+
+    def test_sync_is_handed_over_but_not_its_end(self):
+        desktop = self.desktop
+        with slow_folder(desktop):
+            application = desktop.launch()
+            wait_for("the window", desktop.windows)
+            first = desktop.start(PROGRAM, "--sync", stderr=subprocess.PIPE, text=True)
+            wait_for("the sync", lambda: "Sync started" in desktop.log())
+            second = desktop.run("--sync", "--json")
+            self.assertEqual((second.returncode, second.stdout, second.stderr),
+                             (2, "", "A sync is already running.\n"))
+            first.send_signal(signal.SIGINT)
+            self.assertEqual(first.communicate(timeout=10)[1],
+                             "No longer waiting; Tarnwick Basic goes on with the sync.\n")
+            self.assertEqual(first.returncode, 130)
+            self.assertNotIn("Sync finished", desktop.log())
+            application.terminate()
+            self.assertEqual(application.wait(15), 0)
+            self.assertTrue(desktop.history()[0]["cancelled"])
+            # Who waits when the application ends is told, too.
+            application = desktop.launch()
+            wait_for("the window", desktop.windows)
+            third = desktop.start(PROGRAM, "--sync", stderr=subprocess.PIPE, text=True)
+            wait_for("the next sync", lambda: desktop.log().count("Sync started") == 2)
+            application.send_signal(signal.SIGKILL)
+            self.assertEqual(third.communicate(timeout=10)[1],
+                             "Tarnwick Basic ended before the sync had finished.\n")
+            self.assertEqual(third.returncode, 1)
 
     def test_quitting_during_a_sync(self):
         desktop = self.desktop

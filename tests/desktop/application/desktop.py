@@ -76,8 +76,8 @@ class Desktop:
         service.write_text(f"[D-BUS Service]\nName={name}\nExec={program}\n")
 
     def start(self, *words, **options):
-        child = subprocess.Popen(words, cwd="/", stderr=subprocess.DEVNULL,
-                                 **{"stdout": subprocess.DEVNULL, **options})
+        child = subprocess.Popen(words, cwd="/",
+                                 **{"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options})
         self.children.append(child)
         return child
 
@@ -130,7 +130,8 @@ class Desktop:
         for file, content in files.items():
             (self.home / name).mkdir(exist_ok=True)
             (self.home / name / file).write_text(content)
-        outcome = self.run("--add", self.home / name, self.cloud / name)
+        stored = re.sub('[<>]', "-", name)  # as OneDrive can store it
+        outcome = self.run("--add", self.home / name, self.cloud / stored)
         assert outcome.returncode == 0, outcome.stderr
 
     @property
