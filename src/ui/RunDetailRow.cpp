@@ -70,6 +70,7 @@ void drawGlyph(QPainter *painter, const QString &symbol, int size, const QPointF
 void RunDetailRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const {
     const Item &item = itemAt(index);
     painter->save();
+    painter->setClipRect(option.rect); // its height may still be that of another width
     painter->setRenderHint(QPainter::Antialiasing);
     if (item.kind != Kind::Header)
         paintBackground(painter, option);

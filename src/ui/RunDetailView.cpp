@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QElapsedTimer>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QListView>
@@ -19,6 +20,9 @@
 #include <algorithm>
 
 namespace {
+
+/// How many milliseconds nobody notices in a window that follows the pointer.
+constexpr qint64 fluent = 20;
 
 /// Does it with the file; sounds the alert when it is gone.
 void withFile(const QString &path, void (*action)(const std::filesystem::path &file)) {
@@ -57,6 +61,9 @@ RunDetailView::RunDetailView(QWidget *parent)
     list->setAccessibleName(QStringLiteral("What the sync did"));
     list->installEventFilter(this);
     list->viewport()->installEventFilter(this);
+    layOutLater.setSingleShot(true);
+    layOutLater.setInterval(100);
+    connect(&layOutLater, &QTimer::timeout, this, &RunDetailView::layOutLines);
     connect(list, &QListView::activated, this, [this](const QModelIndex &index) {
         if (const QString &path = items->itemAt(index).path; !path.isEmpty())
             showFile(path);
@@ -88,6 +95,7 @@ void RunDetailView::render(const SyncRun &shown) {
         return;
     items->setItems({});
     run = shown;
+    takesLong = false;
     icon->setSymbol(RunText::headerIcon(*run));
     headline->setText(run->headline());
     const std::vector<RunText::Tile> figures = RunText::tiles(*run);
@@ -100,13 +108,23 @@ void RunDetailView::render(const SyncRun &shown) {
 bool RunDetailView::eventFilter(QObject *object, QEvent *event) {
     if (object == list->viewport() && event->type() == QEvent::Resize) {
         rows->setWidth(static_cast<QResizeEvent *>(event)->size().width());
-        list->doItemsLayout(); // by itself it would keep the heights that the lines had before
+        if (takesLong)
+            layOutLater.start();
+        else
+            layOutLines(); // by itself the list would keep the heights of before
     }
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Copy)) {
         copySelected();
         return true;
     }
     return QWidget::eventFilter(object, event);
+}
+
+void RunDetailView::layOutLines() {
+    QElapsedTimer clock;
+    clock.start();
+    list->doItemsLayout();
+    takesLong = clock.elapsed() > fluent;
 }
 
 void RunDetailView::copySelected() const {

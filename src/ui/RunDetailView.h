@@ -3,6 +3,7 @@
 #include "records/SyncRun.h"
 #include "ui/RunText.h"
 
+#include <QTimer>
 #include <QWidget>
 
 #include <array>
@@ -35,6 +36,7 @@ class RunDetailView : public QWidget {
     QWidget *makeHeader();
     void copySelected() const;
     void popUpMenu(const QPoint &place);
+    void layOutLines();
 
     GlyphView *icon;
     QLabel *headline;
@@ -43,5 +45,7 @@ class RunDetailView : public QWidget {
     RunDetailModel *items;
     RunDetailRow *rows;
     QListView *list;
+    QTimer layOutLater; // while the window is being resized, for runs whose lines take long to lay out
+    bool takesLong = false;
     std::optional<SyncRun> run; // a copy: the history may change between two renders
 };
