@@ -6,6 +6,7 @@
 #include "app/StatusText.h"
 #include "app/Version.h"
 #include "app/Windows.h"
+#include "base/Paths.h"
 #include "desktop/LoginItem.h"
 #include "desktop/Notifier.h"
 #include "model/AppModel.h"
@@ -17,6 +18,7 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 AppDelegate::AppDelegate(ModelSession &modelSession, Launch how)
@@ -25,7 +27,9 @@ AppDelegate::AppDelegate(ModelSession &modelSession, Launch how)
 
 AppDelegate::~AppDelegate() {
     model.onRunFinished = nullptr;
+    model.onStoppedForEject = nullptr;
     Notifier::whenClicked(nullptr);
+    delete question;
     if (window)
         window->saveFrame();
 }
@@ -39,6 +43,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     connect(&model, &AppModel::changed, statusItem.get(), &StatusItem::update);
     connect(&model, &AppModel::progressChanged, statusItem.get(), &StatusItem::update);
     model.onRunFinished = [this](const SyncRun &run) { runFinished(run); };
+    model.onStoppedForEject = [this](const std::filesystem::path &drive) { ejected = drive; };
     const bool isFirstRun = !model.config().hasCompletedFirstRun;
     if (isFirstRun)
         completeFirstRun();
@@ -68,8 +73,9 @@ void AppDelegate::completeFirstRun() {
 void AppDelegate::showWindow(const QString &activationToken) {
     if (!window)
         window = std::make_unique<MainWindow>(
-            model, MainWindow::Commands{[this] { addFolder(); }, [this] { showActivity(); }, [this] { showSettings(); },
-                                        [this] { applicationShouldTerminate(); }});
+            model,
+            MainWindow::Commands{[this] { addFolder(); }, [this] { showActivity(); }, [this] { showSettings(); },
+                                 [this] { applicationShouldTerminate(); }, [this] { return statusItem->isShown(); }});
     // Automated runs must not take the keyboard away from whoever works at the same desktop.
     window->setAttribute(Qt::WA_ShowWithoutActivating, TestRoot::isActive());
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
@@ -150,33 +156,58 @@ bool AppDelegate::userSeesTheWindow() const {
 }
 
 void AppDelegate::runFinished(const SyncRun &run) {
-    if (model.config().notifications && (run.trigger != SyncTrigger::manual || !userSeesTheWindow()))
-        Notifier::post(StatusText::notificationTitle(run), run.headline());
+    if (model.config().notifications)
+        notify(run);
+    ejected.reset();
     if (const auto tell = std::exchange(whenEnded, nullptr))
         tell(run);
+}
+
+void AppDelegate::notify(const SyncRun &run) {
+    const VolumeInfo *drive = ejected ? driveAt(*ejected) : nullptr;
+    if (drive)
+        Notifier::post(StatusText::canBeEjected(drive->name), run.headline());
+    else if (run.trigger != SyncTrigger::manual || !userSeesTheWindow())
+        Notifier::post(StatusText::notificationTitle(run), run.headline());
+}
+
+const VolumeInfo *AppDelegate::driveAt(const std::filesystem::path &folder) const {
+    const std::vector<VolumeInfo> &drives = model.volumes();
+    const auto found = std::find_if(drives.begin(), drives.end(),
+                                    [&](const VolumeInfo &drive) { return Paths::standardised(drive.url) == folder; });
+    return found == drives.end() ? nullptr : &*found;
 }
 
 void AppDelegate::applicationShouldTerminate() {
     if (!model.busy())
         return quit();
-    if (question) {
-        question->raise();
-        return question->activateWindow();
-    }
-    QMessageBox alert(QMessageBox::Warning, QStringLiteral("Tarnwick Basic"), QStringLiteral("A sync is in progress"));
-    question = &alert;
-    alert.setInformativeText(QStringLiteral("If you quit now, the sync stops safely after the current file. Files "
-                                            "already copied are kept."));
-    QPushButton *keep = alert.addButton(QStringLiteral("Keep Syncing"), QMessageBox::RejectRole);
-    const QPushButton *stop = alert.addButton(QStringLiteral("Stop and Quit"), QMessageBox::DestructiveRole);
-    alert.setDefaultButton(keep);
-    alert.setEscapeButton(keep);
-    alert.show();
-    alert.raise();
-    alert.activateWindow();
-    alert.exec();
-    if (alert.clickedButton() != stop)
-        return;
+    if (!question)
+        askBeforeQuitting();
+    question->raise();
+    question->activateWindow();
+}
+
+void AppDelegate::askBeforeQuitting() {
+    const bool hasWindow = window && window->isVisible();
+    question = new QMessageBox(hasWindow ? window.get() : nullptr);
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    question->setWindowTitle(QStringLiteral("Tarnwick Basic"));
+    question->setIconPixmap(QApplication::windowIcon().pixmap(64));
+    question->setText(QStringLiteral("A sync is in progress"));
+    question->setInformativeText(QStringLiteral("If you quit now, the sync stops safely after the current file. Files "
+                                                "already copied are kept."));
+    QPushButton *keep = question->addButton(QStringLiteral("Keep Syncing"), QMessageBox::RejectRole);
+    const QPushButton *stop = question->addButton(QStringLiteral("Stop and Quit"), QMessageBox::DestructiveRole);
+    question->setDefaultButton(keep);
+    question->setEscapeButton(keep);
+    connect(question, &QMessageBox::buttonClicked, this, [this, stop](const QAbstractButton *pressed) {
+        if (pressed == stop)
+            stopAndQuit();
+    });
+    question->open();
+}
+
+void AppDelegate::stopAndQuit() {
     model.cancelSync();
     if (onQuitting)
         onQuitting();

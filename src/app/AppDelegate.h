@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QString>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,6 +18,7 @@ class MainWindow;
 class ModelSession;
 class QMessageBox;
 struct SyncRun;
+struct VolumeInfo;
 
 /// The application around the model: launch, status item, window, notifications, and the question before quitting. For
 /// the main thread.
@@ -63,8 +65,12 @@ class AppDelegate : public QObject {
     void makeStatusItem();
     void completeFirstRun();
     void runFinished(const SyncRun &run);
+    void notify(const SyncRun &run);
+    const VolumeInfo *driveAt(const std::filesystem::path &folder) const;
     void openForTest();
     bool userSeesTheWindow() const;
+    void askBeforeQuitting();
+    void stopAndQuit();
     void quit();
 
     ModelSession &session;
@@ -72,6 +78,7 @@ class AppDelegate : public QObject {
     Launch launch;
     std::unique_ptr<StatusItem> statusItem;
     std::unique_ptr<MainWindow> window;
+    std::optional<std::filesystem::path> ejected;      // what the user waits for, while a sync is stopped for it
     QPointer<QMessageBox> question;                    // before quitting, while it is asked
     std::function<void(const SyncRun &run)> whenEnded; // for whoever waits for the running sync
 };

@@ -4,14 +4,14 @@
 #include <QKeyEvent>
 #include <QKeySequence>
 
-EditMenu::EditMenu(QWidget *parent) : QMenu(QStringLiteral("Edit"), parent) {
-    add(QStringLiteral("Undo"), Qt::ControlModifier, Qt::Key_Z);
-    add(QStringLiteral("Redo"), Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z);
+EditMenu::EditMenu(QWidget *parent) : QMenu(QStringLiteral("&Edit"), parent) {
+    add(QStringLiteral("&Undo"), Qt::ControlModifier, Qt::Key_Z);
+    add(QStringLiteral("&Redo"), Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z);
     addSeparator();
-    add(QStringLiteral("Cut"), Qt::ControlModifier, Qt::Key_X);
-    add(QStringLiteral("Copy"), Qt::ControlModifier, Qt::Key_C);
-    add(QStringLiteral("Paste"), Qt::ControlModifier, Qt::Key_V);
-    add(QStringLiteral("Select All"), Qt::ControlModifier, Qt::Key_A);
+    add(QStringLiteral("Cu&t"), Qt::ControlModifier, Qt::Key_X);
+    add(QStringLiteral("&Copy"), Qt::ControlModifier, Qt::Key_C);
+    add(QStringLiteral("&Paste"), Qt::ControlModifier, Qt::Key_V);
+    add(QStringLiteral("Select &All"), Qt::ControlModifier, Qt::Key_A);
 }
 
 void EditMenu::add(const QString &title, Qt::KeyboardModifiers modifiers, Qt::Key key) {

@@ -40,9 +40,9 @@ OlderTray::~OlderTray() {
 
 void OlderTray::watch() {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11)
+    xcb_connection_t *display = x11 ? x11->connection() : nullptr;
+    if (!display) // drawing offscreen also counts as X11
         return;
-    xcb_connection_t *display = x11->connection();
     manager = atomOf(display, "MANAGER");
     selection = atomOf(display, "_NET_SYSTEM_TRAY_S0");
     // Listening comes before looking, so that none can slip in between.

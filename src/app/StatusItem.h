@@ -26,6 +26,9 @@ class StatusItem : public QObject {
     /// Shows the model's state; touches only what differs.
     void update();
 
+    /// Whether there is a status area that shows it now.
+    bool isShown() const { return item && QSystemTrayIcon::isSystemTrayAvailable(); }
+
   private:
     void makeMenu();
     void appear(StatusHost::Kind found);

@@ -59,4 +59,8 @@ QString notificationTitle(const SyncRun &run) {
                          : QStringLiteral("Tarnwick Basic sync complete");
 }
 
+QString canBeEjected(const QString &drive) {
+    return QStringLiteral("“") + drive + QStringLiteral("” can be ejected now");
+}
+
 } // namespace StatusText

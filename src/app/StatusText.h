@@ -27,4 +27,7 @@ std::optional<QString> lastSync(const AppModel &model);
 /// The title of the notification about a finished run, whose body is the run's headline.
 QString notificationTitle(const SyncRun &run);
 
+/// The title of the notification that the sync which kept a drive from being ejected has come to its end.
+QString canBeEjected(const QString &drive);
+
 } // namespace StatusText

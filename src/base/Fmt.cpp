@@ -2,7 +2,7 @@
 
 #include "base/Text.h"
 
-#include <QLocale>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
@@ -26,10 +26,24 @@ double roundedTo(double value, int decimals) {
     return std::round(value * scale) / scale;
 }
 
-/// The "C" locale knows neither grouping nor a time of day that people read.
-QLocale userLocale() {
-    const QLocale system = QLocale::system();
-    return system.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedKingdom) : system;
+/// A date or time format without the words in it.
+QString fieldsOf(QString format) {
+    static const QRegularExpression quoted(QStringLiteral("'[^']*'"));
+    return format.remove(quoted);
+}
+
+/// How the date is written in English for people of this region.
+QString dateFormat(const QLocale &region) {
+    const QString fields = fieldsOf(region.dateFormat(QLocale::ShortFormat));
+    const qsizetype day = fields.indexOf(u'd'), month = fields.indexOf(u'M'), year = fields.indexOf(u'y');
+    if (year < month)
+        return QStringLiteral("yyyy-MM-dd"); // a name in it would be no form that anybody uses
+    return month < day ? QStringLiteral("MMM d, yyyy") : QStringLiteral("d MMM yyyy");
+}
+
+QString timeFormat(const QLocale &region) {
+    const bool hasHalfDays = fieldsOf(region.timeFormat(QLocale::ShortFormat)).contains(u'a', Qt::CaseInsensitive);
+    return hasHalfDays ? QStringLiteral("h:mm AP") : QStringLiteral("HH:mm");
 }
 
 } // namespace
@@ -53,15 +67,15 @@ QString byteCount(std::int64_t bytes) {
     return number + u' ' + QLatin1String(units[unit].name);
 }
 
-QString when(const QDateTime &moment, const QDateTime &now) {
+QString when(const QDateTime &moment, const QDateTime &now, const QLocale &region) {
     const QDateTime local = moment.toLocalTime();
-    const QString time = userLocale().toString(local.time(), QLocale::ShortFormat);
+    const QString time = QLocale::c().toString(local.time(), timeFormat(region));
     const qint64 daysAgo = local.date().daysTo(now.toLocalTime().date());
     if (daysAgo == 0)
         return QStringLiteral("Today at ") + time;
     if (daysAgo == 1)
         return QStringLiteral("Yesterday at ") + time;
-    return userLocale().toString(local.date(), QStringLiteral("d MMM yyyy")) + QStringLiteral(" at ") + time;
+    return QLocale::c().toString(local.date(), dateFormat(region)) + QStringLiteral(" at ") + time;
 }
 
 QString duration(double seconds) {
@@ -78,8 +92,9 @@ QString duration(double seconds) {
     return parts.join(u' ');
 }
 
-QString grouped(std::int64_t number) {
-    return userLocale().toString(static_cast<qlonglong>(number));
+QString grouped(std::int64_t number, const QLocale &region) {
+    const bool hasOwnWay = region.language() != QLocale::C && region.zeroDigit() == QStringLiteral("0");
+    return (hasOwnWay ? region : QLocale(QLocale::English)).toString(static_cast<qlonglong>(number));
 }
 
 QString counted(std::int64_t count, const QString &noun) {

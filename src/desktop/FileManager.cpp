@@ -10,9 +10,18 @@
 
 #include <csignal>
 
+#include <unistd.h>
+
 namespace FileManager {
 
 namespace {
+
+std::function<void(const std::filesystem::path &path)> failed;
+
+void tellFailure(const std::filesystem::path &path) {
+    if (failed)
+        failed(path);
+}
 
 /// Percent-encoded by hand of the bytes: a name need not be UTF-8.
 QString uriOf(const std::filesystem::path &path) {
@@ -39,16 +48,36 @@ void show(const std::filesystem::path &path) {
 }
 
 void open(const std::filesystem::path &path) {
-    QProcess process;
-    process.setProgram(QStringLiteral("xdg-open"));
-    process.setArguments({uriOf(path)});
-    // This process waits for signals on a thread and blocks them elsewhere; what it starts must hear them.
-    process.setChildProcessModifier([] {
+    // Never ended from here: on some desktops it is the file manager itself, and outlives this program.
+    auto *process = new QProcess;
+    process->setProgram(QStringLiteral("xdg-open"));
+    process->setArguments({uriOf(path)});
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    // This process waits for signals on a thread and blocks them elsewhere; what it starts must hear them, but not
+    // those that are meant for this one's terminal.
+    process->setChildProcessModifier([] {
         sigset_t none;
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::setsid();
     });
-    process.startDetached();
+    QObject::connect(process, &QProcess::errorOccurred, process, [process, path](QProcess::ProcessError error) {
+        if (error != QProcess::FailedToStart)
+            return;
+        tellFailure(path);
+        process->deleteLater();
+    });
+    QObject::connect(process, &QProcess::finished, process, [process, path](int exitCode) {
+        if (exitCode != 0)
+            tellFailure(path);
+        process->deleteLater();
+    });
+    process->start();
+}
+
+void whenFailed(std::function<void(const std::filesystem::path &path)> handler) {
+    failed = std::move(handler);
 }
 
 } // namespace FileManager

@@ -87,6 +87,8 @@ class AppModel : public QObject {
 
     /// Called once after every finished run, when everything about it is saved or, as the history, on its way.
     std::function<void(const SyncRun &run)> onRunFinished;
+    /// Called when a drive is about to be ejected and the running sync stops for that.
+    std::function<void(const Path &drive)> onStoppedForEject;
     /// Once true, every delayed sync is dropped when its time comes.
     bool stopped = false;
     /// When the last automatic sync of each drive (by its key) was scheduled.

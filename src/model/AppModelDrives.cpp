@@ -80,6 +80,8 @@ void AppModel::volumeWillUnmount(const Path &url) {
         return;
     Log::shared().write(QStringLiteral("Drive is being ejected during a sync; stopping safely."));
     cancelSync();
+    if (onStoppedForEject)
+        onStoppedForEject(top);
 }
 
 void AppModel::mountsChanged() {

@@ -163,6 +163,7 @@ void PairExecution::copyFiles() {
 }
 
 PairExecution::Next PairExecution::copyFile(const PlannedCopy &copy) {
+    ++context.reporter.progress.filesBegun;
     tellCurrentFile(copy);
     const std::int64_t bytesBefore = context.reporter.progress.bytesDone;
     CopyInProgress item;

@@ -22,19 +22,22 @@ ActivityView::ActivityView(AppModel &appModel, QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(banner);
-    layout->addWidget(makeBar());
-    layout->addWidget(new Separator);
+    layout->addWidget(bar = makeBar());
     layout->addWidget(empty, 1);
     layout->addWidget(history = makeHistory(), 1);
 }
 
 QWidget *ActivityView::makeBar() {
-    auto *bar = new QWidget;
-    auto *layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(16, 6, 16, 6);
-    layout->addWidget(Labels::make(QStringLiteral("Every sync, with the files it copied"),
-                                   Theme::font(Theme::Type::Callout), Labels::Strength::Secondary));
-    return bar;
+    auto *whole = new QWidget;
+    auto *layout = new QVBoxLayout(whole);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(6);
+    QLabel *text = Labels::make(QStringLiteral("Every sync, with the files it copied"),
+                                Theme::font(Theme::Type::Callout), Labels::Strength::Secondary);
+    text->setContentsMargins(16, 6, 16, 0);
+    layout->addWidget(text);
+    layout->addWidget(new Separator);
+    return whole;
 }
 
 QWidget *ActivityView::makeHistory() {
@@ -44,7 +47,7 @@ QWidget *ActivityView::makeHistory() {
     layout->setSpacing(0);
     list->setModel(runs);
     list->setItemDelegate(new RunListRow(list));
-    list->setFixedWidth(280);
+    list->setFixedWidth(Theme::scaled(280));
     list->setMouseTracking(true);
     list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -60,13 +63,23 @@ QWidget *ActivityView::makeHistory() {
 }
 
 void ActivityView::render() {
-    banner->render(model.banner(), Theme::accent(palette()));
+    renderBanner();
     empty->setVisible(model.history().empty());
     history->setVisible(!model.history().empty());
     isRendering = true;
     runs->setRuns(model.history());
     renderSelection();
     isRendering = false;
+}
+
+void ActivityView::setCompact(bool compact) {
+    isCompact = compact;
+    bar->setVisible(!isCompact);
+    renderBanner();
+}
+
+void ActivityView::renderBanner() {
+    banner->render(isCompact ? std::nullopt : model.banner(), Theme::accent(palette()));
 }
 
 void ActivityView::renderSelection() {

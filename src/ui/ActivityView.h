@@ -15,18 +15,23 @@ class ActivityView : public QWidget {
     explicit ActivityView(AppModel &appModel, QWidget *parent = nullptr);
 
     void render();
+    /// Less high: for windows with little room. Then the notice stands in the Folders tab alone.
+    void setCompact(bool compact);
 
   private:
     QWidget *makeBar();
     QWidget *makeHistory();
+    void renderBanner();
     void renderSelection();
 
     AppModel &model;
     BannerView *banner;
+    QWidget *bar;
     EmptyStateView *empty;
     QWidget *history;
     RunListModel *runs;
     QListView *list;
     RunDetailView *detail;
     bool isRendering = false;
+    bool isCompact = false;
 };

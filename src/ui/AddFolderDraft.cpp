@@ -65,7 +65,10 @@ bool AddFolderDraft::add(AppModel &model) {
         error = model.addPair(*source, *target);
     if (error)
         return false;
-    model.setBanner(QStringLiteral("Added “") + lastComponent(*source) +
-                    QStringLiteral("”. Press Sync Now to back it up."));
+    model.setBanner(added(lastComponent(*source)));
     return true;
+}
+
+QString AddFolderDraft::added(const QString &folder) {
+    return QStringLiteral("Added “") + folder + QStringLiteral("”. Press Sync Now to back it up.");
 }

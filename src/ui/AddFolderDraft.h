@@ -22,6 +22,9 @@ struct AddFolderDraft {
     /// What will happen, in one sentence.
     QString summary(const AppModel &model) const;
 
+    /// What is announced once a folder was added; it says that the folder waits for a sync.
+    static QString added(const QString &folder);
+
     /// What stands in place of the OneDrive folder while there is none.
     static QString noOneDrive(const AppModel &model);
 

@@ -50,7 +50,7 @@ AddFolderSheet::AddFolderSheet(AppModel &appModel, QWidget *parent)
       errorText(Labels::wrapping({}, Theme::font(Theme::Type::Callout), Strength::Warning)),
       addButton(Buttons::make(QStringLiteral("Add Folder"), {}, Buttons::Look::Prominent)) {
     setWindowTitle(QStringLiteral("Add a folder to back up"));
-    setFixedWidth(640);
+    setFixedWidth(Theme::scaled(640));
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(22, 22, 22, 22);
     layout->setSpacing(14);
@@ -186,7 +186,7 @@ void AddFolderSheet::chooseSource() {
     const std::optional<std::filesystem::path> chosen =
         FolderPanel::choose(this, {QStringLiteral("Choose a Folder to Back Up"),
                                    QStringLiteral("Choose a folder in your home folder or on a connected drive."),
-                                   QStringLiteral("Choose"), start});
+                                   QStringLiteral("Choose"), start, FolderPanel::placesOf(model)});
     if (chosen)
         draft.setSource(*chosen);
     render();
@@ -199,7 +199,7 @@ void AddFolderSheet::chooseExisting() {
     const std::optional<std::filesystem::path> chosen =
         FolderPanel::choose(this, {QStringLiteral("Choose the Backup Folder"),
                                    QStringLiteral("Choose the folder inside OneDrive where this backup should go."),
-                                   QStringLiteral("Back Up Here"), *root});
+                                   QStringLiteral("Back Up Here"), *root, FolderPanel::placesOf(model)});
     if (chosen)
         draft.setChosenFolder(*chosen);
     render();

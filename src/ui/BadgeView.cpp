@@ -5,7 +5,7 @@
 #include <QPainter>
 
 BadgeView::BadgeView(QWidget *parent) : QWidget(parent) {
-    setFixedSize(22, 22);
+    setFixedSize(Theme::scaled(22), Theme::scaled(22));
 }
 
 void BadgeView::render(std::optional<int> value, const QColor &tint, bool faded) {

@@ -2,6 +2,7 @@
 
 #include "ui/Buttons.h"
 #include "ui/Theme.h"
+#include "ui/WorkArea.h"
 
 #include <QFile>
 #include <QHBoxLayout>
@@ -74,5 +75,5 @@ ClientsPage::ClientsPage(QWidget *parent) : QDialog(parent) {
     layout->setContentsMargins(16, 16, 16, 16);
     layout->addWidget(text, 1);
     layout->addLayout(buttons);
-    resize(860, 640);
+    resize(QSize(860, 640).boundedTo(WorkArea::roomFor(*this)));
 }

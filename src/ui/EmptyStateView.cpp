@@ -7,10 +7,8 @@
 
 EmptyStateView::EmptyStateView(const QString &systemImage, const QString &title, const QString &message,
                                QWidget *parent)
-    : QWidget(parent) {
-    auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(30, 30, 30, 30);
-    layout->setSpacing(10);
+    : ScrolledColumn(QMargins(30, 30, 30, 30), 10, parent) {
+    QVBoxLayout *layout = column();
     layout->addStretch();
     auto *glyph = new GlyphView(systemImage, 38);
     glyph->setTint(Theme::secondary);
@@ -29,7 +27,6 @@ EmptyStateView::EmptyStateView(const QString &systemImage, const QString &title,
 }
 
 void EmptyStateView::addControl(QWidget *control) {
-    auto *column = static_cast<QVBoxLayout *>(layout());
-    column->insertSpacing(column->count() - 1, 4);
-    column->insertWidget(column->count() - 1, control, 0, Qt::AlignHCenter);
+    column()->insertSpacing(column()->count() - 1, 4);
+    column()->insertWidget(column()->count() - 1, control, 0, Qt::AlignHCenter);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QWidget>
+#include "ui/ScrolledColumn.h"
 
 /// What a tab shows while there is nothing to show: a symbol, a title and what to do, centred.
-class EmptyStateView : public QWidget {
+class EmptyStateView : public ScrolledColumn {
   public:
     EmptyStateView(const QString &systemImage, const QString &title, const QString &message, QWidget *parent = nullptr);
 

@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <vector>
 
+class AppModel;
 class QWidget;
 
 /// The folder-open panel: the desktop's own where it has one.
@@ -16,7 +18,11 @@ struct Request {
     QString message; ///< shown where the panel can
     QString confirm; ///< the label of its button
     std::filesystem::path start;
+    std::vector<std::filesystem::path> places; ///< Offered at its side, where it is Qt's own.
 };
+
+/// The places where folders to back up and backups lie: the home folder, OneDrive and the drives.
+std::vector<std::filesystem::path> placesOf(const AppModel &model);
 
 /// Shows the panel, modal to `parent`; none when it was cancelled. New folders can be made in it.
 std::optional<std::filesystem::path> choose(QWidget *parent, const Request &request);

@@ -31,24 +31,32 @@ QString oneDrive(const AppModel &model) {
 } // namespace HeaderText
 
 HeaderBar::HeaderBar(AppModel &appModel, QWidget *parent)
-    : QWidget(parent), model(appModel), driveChip(new StatusChip(QStringLiteral("externaldrive.fill"))),
+    : QWidget(parent), model(appModel), icon(new AppIconView(54)),
+      tagline(Labels::make(QStringLiteral("Free backup of your folders to OneDrive"), Theme::font(Theme::Type::Callout),
+                           Labels::Strength::Secondary)),
+      driveChip(new StatusChip(QStringLiteral("externaldrive.fill"))),
       oneDriveChip(new StatusChip(QStringLiteral("cloud.fill"))) {
     auto *layout = new QHBoxLayout(this);
-    layout->setContentsMargins(20, 16, 20, 12);
     layout->setSpacing(8);
-    layout->addWidget(new AppIconView(54));
+    layout->addWidget(icon);
     layout->addSpacing(4);
     auto *titles = new QVBoxLayout;
     titles->setSpacing(1);
     titles->addStretch();
     titles->addWidget(Labels::make(QStringLiteral("Tarnwick Basic"), Theme::font(Theme::Type::Title, QFont::Bold)));
-    titles->addWidget(Labels::make(QStringLiteral("Free backup of your folders to OneDrive"),
-                                   Theme::font(Theme::Type::Callout), Labels::Strength::Secondary));
+    titles->addWidget(tagline);
     titles->addStretch();
     layout->addLayout(titles);
     layout->addStretch(1);
     layout->addWidget(driveChip);
     layout->addWidget(oneDriveChip);
+    setCompact(false);
+}
+
+void HeaderBar::setCompact(bool isCompact) {
+    layout()->setContentsMargins(isCompact ? QMargins(20, 8, 20, 8) : QMargins(20, 16, 20, 12));
+    icon->setFixedSize(isCompact ? QSize(32, 32) : QSize(54, 54));
+    tagline->setVisible(!isCompact);
 }
 
 void HeaderBar::render() {

@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class AppModel;
+class QLabel;
 class StatusChip;
 
 /// Texts of the header's chips.
@@ -20,9 +21,13 @@ class HeaderBar : public QWidget {
     explicit HeaderBar(AppModel &appModel, QWidget *parent = nullptr);
 
     void render();
+    /// Less high: for windows with little room.
+    void setCompact(bool isCompact);
 
   private:
     AppModel &model;
+    QWidget *icon;
+    QLabel *tagline;
     StatusChip *driveChip;
     StatusChip *oneDriveChip;
 };

@@ -1,6 +1,8 @@
 #include "ui/MainView.h"
 
+#include "desktop/FileManager.h"
 #include "model/AppModel.h"
+#include "store/Locations.h"
 #include "ui/ActivityView.h"
 #include "ui/AddFolderSheet.h"
 #include "ui/FoldersView.h"
@@ -13,8 +15,17 @@
 
 #include <QAction>
 #include <QEvent>
+#include <QMessageBox>
 #include <QStackedWidget>
+#include <QTextDocument>
 #include <QVBoxLayout>
+
+namespace {
+
+/// What is lower leaves the air around the parts, and what only explains, to the tabs' contents.
+constexpr int roomyHeight = 560;
+
+} // namespace
 
 MainView::MainView(AppModel &appModel, QWidget *parent)
     : QWidget(parent), model(appModel), syncNow(makeSyncNow()), header(new HeaderBar(model)),
@@ -24,7 +35,6 @@ MainView::MainView(AppModel &appModel, QWidget *parent)
       })),
       content(new QStackedWidget), folders(new FoldersView(model)), activity(new ActivityView(model)),
       settings(new SettingsView(model)) {
-    setMinimumSize(880, 620);
     setAutoFillBackground(true);
     for (QWidget *tab : std::initializer_list<QWidget *>{folders, activity, settings})
         content->addWidget(tab);
@@ -36,19 +46,26 @@ MainView::MainView(AppModel &appModel, QWidget *parent)
     cardRow->setContentsMargins(20, 0, 20, 0);
     cardRow->addWidget(card);
     layout->addLayout(cardRow);
-    layout->addWidget(makeTabBar());
+    layout->addWidget(tabBar = makeTabBar());
     layout->addWidget(new Separator);
     layout->addWidget(content, 1);
     // No control is marked before the user reaches for the keyboard.
     setFocusPolicy(Qt::ClickFocus);
     setFocus();
+    setCompact(false);
+    FileManager::whenFailed([this](const std::filesystem::path &path) { tellWhatCouldNotBeOpened(path); });
     connect(&model, &AppModel::changed, this, &MainView::render);
     connect(&model, &AppModel::progressChanged, card, &SyncCard::render);
+    connect(&model, &AppModel::progressChanged, this, &MainView::endWaitingNotice);
     render();
 }
 
+MainView::~MainView() {
+    FileManager::whenFailed(nullptr);
+}
+
 QAction *MainView::makeSyncNow() {
-    auto *action = new QAction(QStringLiteral("Sync Now"), this);
+    auto *action = new QAction(QStringLiteral("&Sync Now"), this);
     action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_S));
     connect(action, &QAction::triggered, this, [this] { model.sync(std::nullopt, SyncTrigger::manual); });
     addAction(action);
@@ -58,7 +75,6 @@ QAction *MainView::makeSyncNow() {
 QWidget *MainView::makeTabBar() {
     auto *bar = new QWidget;
     auto *layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(20, 14, 20, 12);
     layout->addStretch();
     layout->addWidget(tabs);
     layout->addStretch();
@@ -72,6 +88,18 @@ void MainView::render() {
     content->setCurrentIndex(static_cast<int>(model.tab()));
     renderTab();
     renderSheet();
+}
+
+void MainView::resizeEvent(QResizeEvent *event) {
+    QWidget::resizeEvent(event);
+    setCompact(height() < roomyHeight);
+}
+
+void MainView::setCompact(bool isCompact) {
+    header->setCompact(isCompact);
+    card->setCompact(isCompact);
+    tabBar->layout()->setContentsMargins(isCompact ? QMargins(20, 8, 20, 8) : QMargins(20, 14, 20, 12));
+    activity->setCompact(isCompact);
 }
 
 /// Only the one that is shown: a change of the tab renders, too.
@@ -99,6 +127,22 @@ void MainView::changeEvent(QEvent *event) {
         render();
     };
     QMetaObject::invokeMethod(this, takeOver, Qt::QueuedConnection);
+}
+
+void MainView::endWaitingNotice() {
+    if (model.busy() && model.banner() == AddFolderDraft::added(model.progress().pairName))
+        model.setBanner(std::nullopt);
+}
+
+void MainView::tellWhatCouldNotBeOpened(const std::filesystem::path &path) {
+    auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Tarnwick Basic"),
+                                  QStringLiteral("That couldn't be opened"), QMessageBox::Ok, window());
+    alert->setInformativeText(Qt::convertFromPlainText(QStringLiteral("The desktop has no application for it, or the "
+                                                                      "application failed. It is here: ") +
+                                                       Locations::tildePath(path)));
+    alert->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->open();
 }
 
 void MainView::renderSheet() {

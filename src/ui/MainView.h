@@ -3,6 +3,8 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <filesystem>
+
 class ActivityView;
 class AddFolderSheet;
 class AppModel;
@@ -18,6 +20,7 @@ class TabSwitch;
 class MainView : public QWidget {
   public:
     explicit MainView(AppModel &appModel, QWidget *parent = nullptr);
+    ~MainView() override;
 
     /// The one action behind Sync Now: button, shortcut and menus trigger it.
     QAction *syncNowAction() const { return syncNow; }
@@ -26,18 +29,23 @@ class MainView : public QWidget {
 
   protected:
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
   private:
     void renderTab();
     QAction *makeSyncNow();
     QWidget *makeTabBar();
+    void setCompact(bool isCompact);
     void renderSheet();
+    void endWaitingNotice();
+    void tellWhatCouldNotBeOpened(const std::filesystem::path &path);
 
     AppModel &model;
     QAction *syncNow;
     HeaderBar *header;
     SyncCard *card;
     TabSwitch *tabs;
+    QWidget *tabBar;
     QStackedWidget *content;
     FoldersView *folders;
     ActivityView *activity;

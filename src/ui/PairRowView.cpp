@@ -97,7 +97,7 @@ void PairRowView::render(const PairRow &pairRow) {
     setAccessibleName(PairRowText::spoken(row));
     renderCards();
     renderOriginal();
-    connector->render(PairPalette::colour(row.number, palette()), row.pair.enabled);
+    connector->render(PairPalette::fill(row.number, palette()), row.pair.enabled);
     renderBackup();
 }
 
@@ -124,7 +124,7 @@ void PairRowView::renderOriginal() {
 
 void PairRowView::renderBackup() {
     const QColor colour = PairPalette::colour(row.number, palette());
-    badge->render(row.number, colour, false);
+    badge->render(row.number, PairPalette::fill(row.number, palette()), false);
     cloudGlyph->setColour(row.pair.enabled ? colour : Theme::secondary(palette()));
     backupName->setText(PairRowText::backupTitle(row));
     backupCaption->setText(PairRowText::backupCaption(row, model.oneDriveRoot()));
@@ -170,7 +170,7 @@ void PairRowView::chooseBackup() {
     const std::optional<std::filesystem::path> chosen = FolderPanel::choose(
         this, {QStringLiteral("Choose Backup Folder"),
                QStringLiteral("Where in OneDrive should “") + row.name() + QStringLiteral("” be backed up?"),
-               QStringLiteral("Back Up Here"), std::move(start)});
+               QStringLiteral("Back Up Here"), std::move(start), FolderPanel::placesOf(model)});
     if (!chosen)
         return;
     if (const std::optional<QString> refusal = model.setBackup(row.pair.id, *chosen)) {

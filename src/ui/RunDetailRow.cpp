@@ -21,7 +21,6 @@ using Kind = Item::Kind;
 
 constexpr int side = 16;
 constexpr int textLeft = 42;
-constexpr int fileHeight = 46;
 constexpr int buttonSize = 26;
 
 const Item &itemAt(const QModelIndex &index) {
@@ -71,6 +70,7 @@ void drawGlyph(QPainter *painter, const QString &symbol, int size, const QPointF
 void RunDetailRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const {
     const Item &item = itemAt(index);
     painter->save();
+    painter->setClipRect(option.rect); // its height may still be that of another width
     painter->setRenderHint(QPainter::Antialiasing);
     if (item.kind != Kind::Header)
         paintBackground(painter, option);
@@ -127,8 +127,8 @@ void RunDetailRow::paintFile(QPainter *painter, const QStyleOptionViewItem &opti
     const auto line = [&](int top, const QFont &font, const QColor &colour, const QString &text) {
         painter->setFont(font);
         painter->setPen(colour);
-        painter->drawText(QRect(left, row.top() + top, right - left, 18), Qt::AlignVCenter,
-                          QFontMetrics(font).elidedText(text, Qt::ElideMiddle, right - left));
+        painter->drawText(QRect(left, row.top() + Theme::scaled(top), right - left, Theme::scaled(18)),
+                          Qt::AlignVCenter, QFontMetrics(font).elidedText(text, Qt::ElideMiddle, right - left));
     };
     line(5, Theme::font(Theme::Type::Body), Theme::primary(palette, 1), item.text);
     line(23, Theme::font(Theme::Type::Caption), Theme::secondary(palette), item.detail);
@@ -143,10 +143,10 @@ int RunDetailRow::paintTag(QPainter *painter, const QStyleOptionViewItem &option
     const QRectF tag(option.rect.left() + textLeft + 4, option.rect.center().y() - metrics.height() / 2.0 - 2,
                      metrics.horizontalAdvance(text) + 10, metrics.height() + 4);
     painter->setPen(Qt::NoPen);
-    painter->setBrush(Theme::faded(colour, 0.18));
+    painter->setBrush(Theme::faded(colour, Theme::tagFill));
     painter->drawRoundedRect(tag, 4, 4);
     painter->setFont(font);
-    painter->setPen(colour);
+    painter->setPen(Theme::onPaleFill(colour, option.palette));
     painter->drawText(tag, Qt::AlignCenter, text);
     return static_cast<int>(tag.width()) + 10;
 }
@@ -154,7 +154,7 @@ int RunDetailRow::paintTag(QPainter *painter, const QStyleOptionViewItem &option
 QSize RunDetailRow::sizeHint(const QStyleOptionViewItem &, const QModelIndex &index) const {
     const Item &item = itemAt(index);
     if (item.kind == Kind::Change || item.kind == Kind::NameSkip)
-        return {width, fileHeight};
+        return {width, Theme::scaled(46)};
     const QFontMetrics metrics(fontOf(item));
     const int room = width - leftOf(item) - side;
     int height = metrics.height();

@@ -10,17 +10,37 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QElapsedTimer>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QListView>
+#include <QMenu>
 #include <QResizeEvent>
 
 #include <algorithm>
 
+namespace {
+
+/// How many milliseconds nobody notices in a window that follows the pointer.
+constexpr qint64 fluent = 20;
+
+/// Does it with the file; sounds the alert when it is gone.
+void withFile(const QString &path, void (*action)(const std::filesystem::path &file)) {
+    const std::filesystem::path file = Text::toPath(path);
+    std::error_code error;
+    if (std::filesystem::exists(file, error))
+        action(file);
+    else
+        QApplication::beep();
+}
+
+} // namespace
+
 RunDetailView::RunDetailView(QWidget *parent)
     : QWidget(parent), icon(new GlyphView({}, 28)), headline(Labels::wrapping({}, Theme::sized(16, QFont::DemiBold))),
       meta(Labels::wrapping({}, Theme::font(Theme::Type::Callout), Labels::Strength::Secondary)),
-      items(new RunDetailModel(this)), rows(new RunDetailRow(&RunDetailView::showFile, this)), list(new QListView) {
+      items(new RunDetailModel(this)),
+      rows(new RunDetailRow([](const ChangeRecord &change) { showFile(change.path); }, this)), list(new QListView) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -36,17 +56,20 @@ RunDetailView::RunDetailView(QWidget *parent)
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    list->setLayoutMode(QListView::Batched);
-    list->setBatchSize(100);
     list->setMouseTracking(true);
     list->setTabKeyNavigation(false);
     list->setAccessibleName(QStringLiteral("What the sync did"));
     list->installEventFilter(this);
     list->viewport()->installEventFilter(this);
+    layOutLater.setSingleShot(true);
+    layOutLater.setInterval(100);
+    connect(&layOutLater, &QTimer::timeout, this, &RunDetailView::layOutLines);
     connect(list, &QListView::activated, this, [this](const QModelIndex &index) {
-        if (const ChangeRecord *change = items->itemAt(index).change)
-            showFile(*change);
+        if (const QString &path = items->itemAt(index).path; !path.isEmpty())
+            showFile(path);
     });
+    list->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(list, &QListView::customContextMenuRequested, this, &RunDetailView::popUpMenu);
     layout->addWidget(list, 1);
 }
 
@@ -72,6 +95,7 @@ void RunDetailView::render(const SyncRun &shown) {
         return;
     items->setItems({});
     run = shown;
+    takesLong = false;
     icon->setSymbol(RunText::headerIcon(*run));
     headline->setText(run->headline());
     const std::vector<RunText::Tile> figures = RunText::tiles(*run);
@@ -82,13 +106,25 @@ void RunDetailView::render(const SyncRun &shown) {
 }
 
 bool RunDetailView::eventFilter(QObject *object, QEvent *event) {
-    if (object == list->viewport() && event->type() == QEvent::Resize)
-        rows->setWidth(static_cast<QResizeEvent *>(event)->size().width()); // the list lays itself out right after
+    if (object == list->viewport() && event->type() == QEvent::Resize) {
+        rows->setWidth(static_cast<QResizeEvent *>(event)->size().width());
+        if (takesLong)
+            layOutLater.start();
+        else
+            layOutLines(); // by itself the list would keep the heights of before
+    }
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Copy)) {
         copySelected();
         return true;
     }
     return QWidget::eventFilter(object, event);
+}
+
+void RunDetailView::layOutLines() {
+    QElapsedTimer clock;
+    clock.start();
+    list->doItemsLayout();
+    takesLong = clock.elapsed() > fluent;
 }
 
 void RunDetailView::copySelected() const {
@@ -97,16 +133,37 @@ void RunDetailView::copySelected() const {
     QStringList lines;
     for (const QModelIndex &index : selected) {
         const RunText::Item &item = items->itemAt(index);
-        lines.append(item.change ? item.change->path : item.text);
+        lines.append(item.path.isEmpty() ? item.text : item.path);
     }
     QApplication::clipboard()->setText(lines.join(u'\n'));
 }
 
-void RunDetailView::showFile(const ChangeRecord &change) {
-    const std::filesystem::path file = Text::toPath(change.path);
-    std::error_code error;
-    if (std::filesystem::exists(file, error))
-        FileManager::show(file);
+void RunDetailView::popUpMenu(const QPoint &place) {
+    QModelIndex index = list->indexAt(place);
+    // The menu key means the current line, wherever the pointer is.
+    if (!index.isValid() || !list->visualRect(index).contains(place))
+        index = list->currentIndex();
+    if (!index.isValid())
+        return;
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    fillContextMenu(*menu, items->itemAt(index));
+    if (menu->isEmpty())
+        delete menu;
     else
-        QApplication::beep();
+        menu->popup(list->viewport()->mapToGlobal(place));
+}
+
+void RunDetailView::fillContextMenu(QMenu &menu, const RunText::Item &item) {
+    if (item.path.isEmpty())
+        return;
+    menu.addAction(QStringLiteral("Open"), &menu, [path = item.path] { withFile(path, &FileManager::open); });
+    menu.addAction(QStringLiteral("Show in File Manager"), &menu, [path = item.path] { showFile(path); });
+    menu.addSeparator();
+    menu.addAction(QStringLiteral("Copy Path"), &menu,
+                   [path = item.path] { QApplication::clipboard()->setText(path); });
+}
+
+void RunDetailView::showFile(const QString &path) {
+    withFile(path, &FileManager::show);
 }

@@ -78,7 +78,7 @@ void RunListRow::paint(QPainter *painter, const QStyleOptionViewItem &option, co
     const auto line = [&](int top, const QFont &font, const QColor &colour, const QString &content) {
         painter->setFont(font);
         painter->setPen(colour);
-        const QRect place(text.left(), text.top() + top, text.width(), 17);
+        const QRect place(text.left(), text.top() + Theme::scaled(top), text.width(), Theme::scaled(17));
         painter->drawText(place, Qt::AlignLeft | Qt::AlignVCenter,
                           QFontMetrics(font).elidedText(content, Qt::ElideRight, place.width()));
     };
@@ -89,5 +89,5 @@ void RunListRow::paint(QPainter *painter, const QStyleOptionViewItem &option, co
 }
 
 QSize RunListRow::sizeHint(const QStyleOptionViewItem &, const QModelIndex &index) const {
-    return {240, 70 + (index.row() == 0 ? aboveFirst : 0)};
+    return {240, Theme::scaled(70) + (index.row() == 0 ? aboveFirst : 0)};
 }

@@ -68,15 +68,18 @@ class Builder {
                                      skip->detail,
                              .detail = skip->pairName + u'/' + parentOf(skip->relPath),
                              .symbol = QStringLiteral("textformat"),
-                             .tint = Tint::Warning});
+                             .tint = Tint::Warning,
+                             .path = skip->path});
     }
 
     void typeSkips(const std::vector<const SkippedItem *> &skips) {
         if (skips.empty())
             return;
         header(counted(QStringLiteral("Skipped: file types OneDrive refuses"), skips.size()));
-        for (const SkippedItem *skip : skips)
+        for (const SkippedItem *skip : skips) {
             line(skip->pairName + u'/' + skip->relPath, "nosign", Tint::Warning);
+            items.back().path = skip->path;
+        }
     }
 
     void changes(const SyncRun &run) {
@@ -88,7 +91,8 @@ class Builder {
                              .text = change.relPath.section(u'/', -1),
                              .detail = change.pairName + u'/' + parentOf(change.relPath),
                              .symbol = QStringLiteral("arrow.up.right.circle.fill"),
-                             .change = &change});
+                             .change = &change,
+                             .path = change.path});
         if (run.changesOmitted >= 1)
             items.push_back({.kind = Kind::Plain,
                              .text = QStringLiteral("…and ") + Fmt::grouped(run.changesOmitted) +

@@ -38,6 +38,7 @@ struct Item {
     QString symbol = {};
     enum class Tint { Secondary, Warning, Danger } tint = Tint::Secondary;
     const ChangeRecord *change = nullptr; ///< Of a Change; the run owns it.
+    QString path = {};                    ///< Of the file that the line is about, where it is known.
 };
 /// All sections of the details, one after another. Refers to `run`, which must outlive it.
 std::vector<Item> items(const SyncRun &run);

@@ -103,11 +103,16 @@ QWidget *SettingsView::makeOneDrive() {
     auto *change = new QToolButton;
     change->setText(QStringLiteral("Change"));
     change->setProperty("look", QStringLiteral("button"));
+    change->setIcon(Glyph::icon(QStringLiteral("chevron.down"), Theme::secondary));
+    change->setIconSize({12, 12});
+    change->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    change->setLayoutDirection(Qt::RightToLeft); // the arrow behind the text
     change->setAccessibleName(QStringLiteral("Change the OneDrive folder"));
     change->setToolTip(QStringLiteral("Choose another OneDrive folder"));
     change->setPopupMode(QToolButton::InstantPopup);
     change->setFocusPolicy(Qt::StrongFocus);
     auto *menu = new QMenu(change);
+    menu->setLayoutDirection(Qt::LeftToRight);
     connect(menu, &QMenu::aboutToShow, this, [this, menu] { fillChangeMenu(*menu); });
     change->setMenu(menu);
     oneDrive->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -224,7 +229,7 @@ void SettingsView::chooseOneDriveFolder() {
     const std::optional<std::filesystem::path> chosen = FolderPanel::choose(
         this, {QStringLiteral("Choose OneDrive Folder"),
                QStringLiteral("Choose the top folder of your OneDrive (usually in your home folder)."),
-               QStringLiteral("Use This Folder"), Locations::homeURL()});
+               QStringLiteral("Use This Folder"), Locations::homeURL(), FolderPanel::placesOf(model)});
     if (chosen)
         useOneDriveFolder(*chosen);
 }

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 StatTile::StatTile(QWidget *parent) : QWidget(parent) {
-    setFixedHeight(54);
+    setFixedHeight(Theme::scaled(54));
     setMinimumWidth(60);
 }
 
@@ -28,12 +28,13 @@ void StatTile::paintEvent(QPaintEvent *) {
     QFont font = Theme::sized(17, QFont::DemiBold);
     const double room = width() - 2 * margin;
     const double wanted = QFontMetricsF(font).horizontalAdvance(tile.value);
-    font.setPixelSize(static_cast<int>(17 * std::clamp(room / std::max(wanted, 1.0), 0.7, 1.0)));
+    font.setPixelSize(static_cast<int>(font.pixelSize() * std::clamp(room / std::max(wanted, 1.0), 0.7, 1.0)));
     painter.setFont(font);
     painter.setPen(tile.warn ? Theme::warning(palette()) : Theme::primary(palette(), 1));
-    painter.drawText(QRect(margin, 7, width() - 2 * margin, 22), Qt::AlignVCenter,
+    painter.drawText(QRect(margin, Theme::scaled(7), width() - 2 * margin, Theme::scaled(22)), Qt::AlignVCenter,
                      QFontMetrics(font).elidedText(tile.value, Qt::ElideRight, static_cast<int>(room)));
     painter.setFont(Theme::font(Theme::Type::Caption));
     painter.setPen(Theme::secondary(palette()));
-    painter.drawText(QRect(margin, 29, width() - 2 * margin, 18), Qt::AlignVCenter, tile.title);
+    painter.drawText(QRect(margin, Theme::scaled(29), width() - 2 * margin, Theme::scaled(18)), Qt::AlignVCenter,
+                     tile.title);
 }

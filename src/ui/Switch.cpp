@@ -17,7 +17,7 @@ Switch::Switch(const QString &text, QWidget *parent) : QCheckBox(text, parent) {
 }
 
 QSize Switch::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(text()) + trackWidth + 24, 28};
+    return {fontMetrics().horizontalAdvance(text()) + trackWidth + 24, Theme::scaled(28)};
 }
 
 void Switch::paintEvent(QPaintEvent *) {
@@ -33,7 +33,7 @@ void Switch::paintEvent(QPaintEvent *) {
         painter.drawRoundedRect(track.adjusted(-2, -2, 2, 2), trackHeight / 2.0 + 2, trackHeight / 2.0 + 2);
     }
     painter.setPen(Qt::NoPen);
-    painter.setBrush(isChecked() ? Theme::accent(palette()) : Theme::primary(palette(), 0.22));
+    painter.setBrush(isChecked() ? Theme::accentFill(palette()) : Theme::primary(palette(), 0.22));
     painter.drawRoundedRect(track, trackHeight / 2.0, trackHeight / 2.0);
     const double knob = trackHeight - 4;
     painter.setBrush(Qt::white);

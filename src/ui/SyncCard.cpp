@@ -15,6 +15,8 @@
 namespace {
 
 constexpr int barSteps = 1000;
+constexpr int barHeight = 6; // as in the style sheet, which a bar that was never shown doesn't know yet
+constexpr int lineSpacing = 4;
 
 } // namespace
 
@@ -39,19 +41,28 @@ SyncCard::SyncCard(AppModel &appModel, QAction *syncNow, QWidget *parent)
     connect(cancelButton, &QPushButton::clicked, &model, &AppModel::cancelSync);
 
     auto *column = new QVBoxLayout;
-    column->setSpacing(4);
+    column->setSpacing(lineSpacing);
     column->addStretch();
     for (QWidget *part : std::initializer_list<QWidget *>{title, bar, subtitle, currentFile})
         column->addWidget(part);
     column->addStretch();
 
     auto *layout = new QHBoxLayout(this);
-    layout->setContentsMargins(16, 14, 16, 14);
     layout->setSpacing(14);
     layout->addWidget(disc);
     layout->addLayout(column, 1);
     for (QPushButton *button : {reviewButton, syncButton, cancelButton})
         layout->addWidget(button);
+    setCompact(false);
+}
+
+void SyncCard::setCompact(bool isCompact) {
+    const int air = isCompact ? 8 : 12;
+    layout()->setContentsMargins(16, air, 16, air);
+    // As high as while it copies, so that nothing below moves under the pointer when a sync begins.
+    const int lines =
+        title->sizeHint().height() + barHeight + subtitle->fontMetrics().height() + currentFile->sizeHint().height();
+    setMinimumHeight(lines + 3 * lineSpacing + 2 * air);
 }
 
 void SyncCard::render() {

@@ -17,6 +17,8 @@ class SyncCard : public Card {
     SyncCard(AppModel &appModel, QAction *syncNow, QWidget *parent = nullptr);
 
     void render();
+    /// Less high: for windows with little room.
+    void setCompact(bool isCompact);
 
   private:
     void renderProgress();

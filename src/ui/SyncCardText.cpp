@@ -15,8 +15,8 @@ QString busySubtitle(const SyncProgress &progress) {
         const QString compared = Fmt::grouped(progress.scanned) + QStringLiteral(" files compared");
         return progress.pairName.isEmpty() ? compared : compared + QStringLiteral(" · ") + progress.pairName;
     }
-    // The file that is being copied counts as under way.
-    const std::int64_t underWay = std::min(progress.filesDone + 1, progress.filesTotal);
+    // The file that is being copied counts as under way, and those before it wait for the disk at most.
+    const std::int64_t underWay = std::min(std::max(progress.filesBegun, progress.filesDone + 1), progress.filesTotal);
     const QString copied = QString::number(underWay) + QStringLiteral(" of ") + QString::number(progress.filesTotal) +
                            QStringLiteral(" files · ") + Fmt::byteCount(progress.bytesDone) + QStringLiteral(" of ") +
                            Fmt::byteCount(progress.bytesTotal);

@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-class QPushButton;
+class QAbstractButton;
 
 /// The segmented control that chooses the tab.
 class TabSwitch : public QFrame {
@@ -17,5 +17,5 @@ class TabSwitch : public QFrame {
     void render(MainTab tab);
 
   private:
-    std::vector<QPushButton *> segments; // in the order of the tabs
+    std::vector<QAbstractButton *> segments; // in the order of the tabs
 };

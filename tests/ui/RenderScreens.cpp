@@ -90,6 +90,10 @@ void Series::drawWindow() {
     model.refreshEnvironment();
     model.showSampleProgress(someProgress());
     save(view, "folders-syncing");
+    view.resize(960, 470); // a screen of 960 x 540 without its panel, the title bar and the menu bar
+    save(view, "folders-small");
+    model.setTab(MainTab::activity);
+    save(view, "activity-small");
 }
 
 void Series::drawSheet() {

@@ -75,8 +75,11 @@ TEST_F(SyncCardTest, ARunningSyncCountsWithAndWithoutGrouping) {
     EXPECT_EQ(SyncCardText::subtitle(model), QStringLiteral("12,345 files compared · Photos"));
     progress.stage = SyncProgress::Stage::copying;
     EXPECT_EQ(SyncCardText::fraction(progress), 0);
-    progress.filesDone = 1200;
     progress.filesTotal = 1201;
+    progress.filesBegun = 33; // none of them is finished: that comes for many at once
+    model.showSampleProgress(progress);
+    EXPECT_EQ(SyncCardText::subtitle(model), QStringLiteral("33 of 1201 files · Zero KB of Zero KB"));
+    progress.filesDone = 1200;
     EXPECT_NEAR(SyncCardText::fraction(progress), 0.999, 0.001);
     progress.bytesDone = 500'000;
     progress.bytesTotal = 2'000'000;

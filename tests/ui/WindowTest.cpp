@@ -5,11 +5,14 @@
 #include "ui/FolderPanel.h"
 #include "ui/MainView.h"
 #include "ui/PairRowView.h"
+#include "ui/RunDetailView.h"
 #include "ui/Theme.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -19,10 +22,12 @@
 #include <QTest>
 #include <QTextBrowser>
 #include <QTextDocumentFragment>
+#include <QTimer>
 #include <QToolButton>
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <map>
 
 namespace {
 
@@ -58,6 +63,14 @@ std::string controlsInTabOrder(QWidget &window) {
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     } while (visited.size() < 50 && (visited.size() == 1 || QApplication::focusWidget() != visited[1]));
     return namesOf({visited.begin() + 1, visited.end()});
+}
+
+QListView *listNamed(QWidget &view, const QString &start) {
+    for (QListView *list : view.findChildren<QListView *>()) {
+        if (list->accessibleName().startsWith(start))
+            return list;
+    }
+    return nullptr;
 }
 
 /// Drives the real window as a user does.
@@ -275,6 +288,82 @@ TEST_F(WindowTest, TheBarOfARunningSyncNeverGoesBackNorIsFullTooEarly) {
     EXPECT_FALSE(view.syncNowAction()->isEnabled());
 }
 
+TEST_F(WindowTest, NothingMovesUnderThePointerWhileASyncRuns) {
+    world.addTwo(model);
+    ASSERT_TRUE(comesToShow(QStringLiteral("Ready to sync 2 folders")));
+    const auto placeOfRows = [&] {
+        for (int i = 0; i < 3; ++i) // one layout after the other
+            QCoreApplication::processEvents();
+        const QWidget *row = view.findChild<PairRowView *>();
+        return row->mapTo(&view, QPoint()).y();
+    };
+    for (const int height : {720, 480}) {
+        view.resize(980, height);
+        const int before = placeOfRows();
+        SyncProgress progress;
+        model.showSampleProgress(progress);
+        EXPECT_EQ(placeOfRows(), before);
+        progress.stage = SyncProgress::Stage::copying;
+        progress.currentFile = QStringLiteral("2024/a.jpg");
+        model.showSampleProgress(progress);
+        EXPECT_EQ(placeOfRows(), before);
+        EXPECT_TRUE(shows(view, progress.currentFile));
+    }
+}
+
+TEST_F(WindowTest, TheNoticeOfAnAddedFolderEndsWithItsSyncAlone) {
+    world.addTwo(model);
+    model.setBanner(QStringLiteral("Added “Notes”. Press Sync Now to back it up."));
+    SyncProgress progress;
+    for (const auto &[pair, isShown] : {std::pair("Photos", true), {"Notes", false}}) {
+        progress.pairName = QLatin1String(pair);
+        model.showSampleProgress(progress);
+        EXPECT_EQ(model.banner().has_value(), isShown) << pair;
+    }
+    model.setBanner(QStringLiteral("Brought back your folder choices for “Notes”. Check them below."));
+    model.showSampleProgress(progress);
+    EXPECT_TRUE(model.banner());
+}
+
+TEST_F(WindowTest, TheFilesOfARunHaveAMenu) {
+    SyncRun run = sampleHistory().at(0);
+    run.changes.at(0).path = QStringLiteral("/c/a.jpg");
+    for (SkippedItem &skip : run.skipped)
+        skip.path = QStringLiteral("/o/") + skip.relPath;
+    QStringList paths;
+    for (const RunText::Item &item : RunText::items(run)) {
+        QMenu menu;
+        RunDetailView::fillContextMenu(menu, item);
+        EXPECT_EQ(menu.isEmpty(), item.path.isEmpty()) << item.text.toStdString();
+        if (item.path.isEmpty())
+            continue;
+        EXPECT_EQ(texts(menu), (QStringList{QStringLiteral("Open"), QStringLiteral("Show in File Manager"), QString(),
+                                            QStringLiteral("Copy Path")}));
+        menu.actions().last()->trigger();
+        paths.append(QApplication::clipboard()->text());
+    }
+    EXPECT_EQ(paths, (QStringList{QStringLiteral("/o/2024/Why?.jpg"), QStringLiteral("/o/End "),
+                                  QStringLiteral("/o/run.bat"), QStringLiteral("/c/a.jpg")}));
+}
+
+TEST_F(WindowTest, TheFolderPanelOffersHomeOneDriveAndTheDrives) {
+    model.refreshEnvironment();
+    QStringList offered;
+    QTimer::singleShot(0, &view, [&] {
+        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        ASSERT_TRUE(dialog);
+        for (const QUrl &place : dialog->sidebarUrls())
+            offered.append(place.toLocalFile());
+        dialog->reject();
+    });
+    FolderPanel::choose(&view, {{}, {}, {}, world.home(""), FolderPanel::placesOf(model)});
+    QStringList expected;
+    for (const fs::path &place : {world.top() / "Home", world.oneDrive(), world.drive("Backup"), world.drive("Travel")})
+        expected.append(QString::fromStdString(place.native()));
+    EXPECT_EQ(offered, expected);
+    EXPECT_FALSE(QFileDialog().sidebarUrls().contains(QUrl::fromLocalFile(expected.last())));
+}
+
 TEST_F(WindowTest, CancelStopsARunningSync) {
     for (int i = 0; i < 3000; ++i)
         world.tree.file("Volumes/Backup/Projects/2024/Photos/" + std::to_string(i));
@@ -295,9 +384,7 @@ TEST_F(WindowTest, ReviewOpensTheLastRunAndTheListSelectsOthers) {
     click("Review");
     EXPECT_EQ(model.tab(), MainTab::activity);
     ASSERT_TRUE(comesToShow(model.history().at(0).headline()));
-    QListView *runs = nullptr;
-    for (QListView *list : view.findChildren<QListView *>())
-        runs = list->accessibleName().startsWith(QStringLiteral("Syncs")) ? list : runs;
+    QListView *runs = listNamed(view, QStringLiteral("Syncs"));
     ASSERT_TRUE(runs);
     QTest::keyClick(runs, Qt::Key_Down);
     EXPECT_EQ(model.selectedRunID(), model.history().at(1).id);
@@ -383,6 +470,83 @@ TEST_F(WindowTest, TabReachesEveryControlInReadingOrder) {
         EXPECT_EQ(controlsInTabOrder(sheet), controlsInReadingOrder(sheet)) << next;
         click(sheet, QString::fromUtf8(next));
     }
+}
+
+/// How far the rows reach, if each begins where the one above ends and is as high as its text needs at this width.
+int heightOfWellLaidRows(const QListView &list) {
+    int end = list.visualRect(list.model()->index(0, 0)).top();
+    const int start = end;
+    for (int i = 0; i < list.model()->rowCount(); ++i) {
+        const QModelIndex index = list.model()->index(i, 0);
+        const QRect row = list.visualRect(index);
+        if (row.top() != end || row.height() != list.itemDelegate()->sizeHint({}, index).height())
+            return -i;
+        end = row.bottom() + 1;
+    }
+    return end - start;
+}
+
+TEST_F(WindowTest, TheLinesOfARunFollowTheWidthOfTheWindow) {
+    SyncRun run = sampleHistory().at(0);
+    run.notes.assign(5, QStringLiteral("A note that is long enough for several lines. ").repeated(8));
+    run.changes.assign(2000, run.changes.at(0));
+    model.showSampleHistory({run});
+    model.setTab(MainTab::activity);
+    QCoreApplication::processEvents();
+    const QListView *list = listNamed(view, QStringLiteral("What the sync did"));
+    ASSERT_TRUE(list);
+    std::map<int, int> heights;
+    for (const int width : {980, 880, 1400, 900}) {
+        view.resize(width, 720);
+        EXPECT_TRUE(waitFor([&] { return (heights[width] = heightOfWellLaidRows(*list)) > 2000 * 40; })) << width;
+    }
+    EXPECT_LT(heights[1400], heights[880]);
+}
+
+bool isInside(const QWidget &part, const QWidget &whole) {
+    return whole.rect().contains(QRect(part.mapTo(&whole, QPoint()), part.size()));
+}
+
+/// The visible controls that can't be seen whole, and can't be scrolled to either.
+std::string cutControls(const QWidget &window) {
+    std::vector<const QWidget *> cut;
+    for (const QWidget *control : window.findChildren<QWidget *>()) {
+        if (!control->isVisible() || !(control->focusPolicy() & Qt::TabFocus))
+            continue;
+        const QWidget *scrolled = control->parentWidget();
+        while (scrolled != &window && scrolled->objectName() != QStringLiteral("scrolled"))
+            scrolled = scrolled->parentWidget();
+        // What scrolls needs some room to be seen in.
+        const bool isReachable =
+            isInside(*control, *scrolled) && (scrolled == &window || (isInside(*scrolled->parentWidget(), window) &&
+                                                                      scrolled->parentWidget()->height() >= 60));
+        if (!isReachable)
+            cut.push_back(control);
+    }
+    return namesOf(cut);
+}
+
+TEST_F(WindowTest, EverythingIsReachableInASmallWindow) {
+    view.setMinimumSize(1, 1); // the window that it is a part of decides
+    view.resize(900, 430);     // what a panel, a title bar and the menu bar leave of 960 x 540
+    ASSERT_EQ(view.size(), QSize(900, 430));
+    for (const bool isFilled : {false, true}) {
+        if (isFilled)
+            fill();
+        for (const MainTab tab : mainTabs) {
+            model.setTab(tab);
+            QCoreApplication::processEvents();
+            EXPECT_EQ(cutControls(view), "") << title(tab).toStdString();
+            for (const QListView *list : view.findChildren<QListView *>())
+                EXPECT_TRUE(!list->isVisible() || list->height() >= 100) << list->accessibleName().toStdString();
+        }
+    }
+    AddFolderSheet sheet(model, &view);
+    sheet.show();
+    answer({world.home("a:b")});
+    click(sheet, QStringLiteral("Choose…"));
+    click(sheet, QStringLiteral("Add Folder")); // refused, so that all of its parts are shown
+    EXPECT_LE(sheet.height(), 430);
 }
 
 TEST_F(WindowTest, AnOpenWindowTakesOverTheOtherScheme) {

@@ -44,7 +44,11 @@ class Application(unittest.TestCase):
 
     def close_window(self):
         subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
-        wait_for("the window's end", lambda: not self.desktop.windows())
+        gone = wait_for("the window's end or the notice", lambda: (not self.desktop.windows() and "gone") or
+                        (self.desktop.node("label", "Tarnwick Basic keeps running") and "notice"))
+        if gone == "notice":
+            self.desktop.press("push button", "Close Window")
+            wait_for("the window's end", lambda: not self.desktop.windows())
 
     def test_menu(self):
         desktop = self.desktop
@@ -339,6 +343,71 @@ class Application(unittest.TestCase):
             application.wait(10)
             (self.desktop.settings_folder / "windows.ini").unlink()
 
+    def test_without_a_status_area(self):
+        desktop = self.desktop
+        application = desktop.launch()
+        wait_for("Sync Now", lambda: desktop.node("push button", "Sync Now"))
+        subprocess.run(["xdotool", "key", "ctrl+h"], check=True)
+        # Minimised, which a panel brings back, and not hidden.
+        wait_for("the minimised window", lambda: desktop.is_minimised())
+        self.assertEqual(desktop.run().returncode, 0)
+        wait_for("the window again", desktop.windows)
+        wait_for("Sync Now again", lambda: desktop.node("push button", "Sync Now"))
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the notice", lambda: desktop.node("label", "Tarnwick Basic keeps running"))
+        desktop.press("push button", "Close Window")
+        wait_for("the window's end", lambda: not desktop.windows())
+        self.assertEqual(desktop.run().returncode, 0)
+        wait_for("the window once more", lambda: desktop.windows() and desktop.node("push button", "Sync Now"))
+        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+        wait_for("the window's end without a word", lambda: not desktop.windows())
+        self.assertIsNone(application.poll())
+        application.terminate()
+        self.assertEqual(application.wait(10), 0)
+
+    def test_without_a_display(self):
+        desktop = self.desktop
+        os.environ["QT_QPA_PLATFORM"] = "offscreen"
+        del os.environ["DISPLAY"]
+        application = desktop.launch()
+        wait_for("nothing, until newer trays are given up", lambda: application.poll() is not None, 12, may_fail=True)
+        self.assertIsNone(application.poll())
+        application.terminate()
+        self.assertEqual(application.wait(10), 0)
+
+    def test_menu_keys(self):
+        desktop = self.desktop
+        desktop.launch()
+        wait_for("Sync Now", lambda: desktop.node("push button", "Sync Now"))
+        for key, entry in (("F10", "About Tarnwick Basic"), ("alt+f", "Add Folder…"), ("alt+e", "Undo"),
+                           ("alt+w", "Minimize"), ("alt+t", "Settings…")):
+            subprocess.run(["xdotool", "key", key], check=True)
+            wait_for(f"{entry} after {key}", lambda: desktop.node("menu item", entry), 5)
+            subprocess.run(["xdotool", "key", "Escape", "Escape"], check=True)
+            wait_for(f"the end of the menu of {key}", lambda: not desktop.node("menu item", entry), 5)
+        subprocess.run(["xdotool", "key", "alt+t", "s"], check=True)
+        wait_for("Settings", lambda: desktop.node("push button", "Open Log"))
+
+    def test_small_screens(self):
+        def is_inside(inner, outer):
+            return inner[0] >= outer[0] and inner[1] >= outer[1] and inner[2] <= outer[2] and inner[3] <= outer[3]
+
+        self.addCleanup(os.environ.pop, "QT_SCALE_FACTOR", None)
+        for screen, scales in (("1366x768", ["1"]), ("1400x1000", ["1.5"]), ("1920x1080", ["1", "2"])):
+            with Desktop(PROGRAM, screen) as desktop:
+                desktop.start_panel()
+                area = wait_for("the panel", desktop.work_area)
+                for scale in scales:
+                    os.environ["QT_SCALE_FACTOR"] = scale
+                    application = desktop.launch()
+                    wait_for("the window", desktop.windows)
+                    wait_for(f"a window inside {area} at {scale}", lambda: is_inside(desktop.frame(), area), 5)
+                    if scale != scales[-1]:  # the next one meets the frame of a larger screen
+                        subprocess.run(["xdotool", "windowsize", desktop.window_ids()[0], "1800", "980"], check=True)
+                        wait_for("the new size", lambda: desktop.frame()[2] - desktop.frame()[0] >= 1800)
+                    application.terminate()
+                    self.assertEqual(application.wait(10), 0)
+
     def test_in_a_test_root(self):
         desktop, root = self.desktop, self.desktop.home.parent / "root"
         for folder in ("Home/Library/CloudStorage/OneDrive-Test", "Home/Library/Logs", "Volumes", "Support"):
@@ -364,14 +433,25 @@ class Application(unittest.TestCase):
         wait_for("the request", lambda: manager.shown)
         self.assertEqual(manager.shown, [(desktop.settings_folder / "config.json").as_uri()])
 
+    def test_no_file_manager(self):
+        desktop = self.desktop
+        desktop.offer("org.freedesktop.FileManager1", "/bin/false")
+        tools = desktop.home.parent / "tools"
+        tools.mkdir()
+        (tools / "xdg-open").symlink_to("/bin/false")
+        os.environ["PATH"] = f"{tools}:{os.environ['PATH']}"
+        desktop.launch("--action", "show-settings")
+        desktop.press("push button", "Show Settings Folder")
+        wait_for("the word that it failed", lambda: desktop.node("label", "That couldn't be opened"))
+
     def test_drive(self):
         desktop, server = self.desktop, NotificationServer(self.desktop.bus)
         desktop.start_panel()
         with Drive(desktop) as drive:
             application = desktop.launch()
             wait_for("the window", desktop.windows)
-            subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
             desktop.menu()
+            self.close_window()
             drive.udisks("mount")
             wait_for("the progress", lambda: re.fullmatch("Tarnwick Basic is syncing [1-9][0-9]?%", desktop.tooltip()))
             wait_for("the notification", lambda: server.shown)
@@ -392,10 +472,11 @@ class Application(unittest.TestCase):
             (top / "Later.mov").rename(top / "Bilder/Later.mov")
             desktop.start("dex", "--autostart")
             wait_for("the copy", lambda: desktop.item() and re.search(" [1-9][0-9]?%$", desktop.tooltip()), 40)
-            wait_for("the eject within a second", lambda: drive.is_unmounted(), 1)
-            wait_for("its notification", lambda: len(server.shown) == 2)
-            self.assertEqual(server.shown[1], {**server.shown[0], "title": "Tarnwick Basic sync stopped",
+            self.assertFalse(drive.is_unmounted())
+            wait_for("the word that the drive is free", lambda: len(server.shown) == 2, 1)
+            self.assertEqual(server.shown[1], {**server.shown[0], "title": "“Fotos März” can be ejected now",
                                                "body": "Sync cancelled after 0 files"})
+            self.assertTrue(drive.is_unmounted())
             self.assertEqual(sorted(file.name for file in desktop.cloud.rglob("*.*")), ["Film.mov", "Grüße.txt"])
             log = re.sub("(?m)^Sync finished.*\n", "", desktop.log()).replace("1.0.0 ", "")
             # An eject that has to be tried again is told again.

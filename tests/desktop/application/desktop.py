@@ -36,8 +36,9 @@ def wait_for(what, look, patience=PATIENCE, may_fail=False):
 
 
 class Desktop:
-    def __init__(self, program):
+    def __init__(self, program, screen="1280x900"):
         self.program = program
+        self.screen = screen
         self.children = []
 
     def __enter__(self):
@@ -54,7 +55,7 @@ class Desktop:
                           XDG_CONFIG_DIRS="/nonexistent")
         self.offer("org.tarnwick.Basic", f"{self.program} --service")
         self.offer("org.freedesktop.Notifications", "/bin/false")  # keeps the bus from starting an installed one
-        os.environ["DISPLAY"] = ":" + self.line_of("Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "1280x900x24")
+        os.environ["DISPLAY"] = ":" + self.line_of("Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", f"{self.screen}x24")
         self.display = self.children[-1]
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = self.line_of("dbus-daemon", "--session", "--nofork", "--print-address",
                                                                f"--address=unix:path={runtime}/bus")
@@ -105,6 +106,23 @@ class Desktop:
             </property><property name="plugin-2" type="string" value="systray"/></property></channel>""")
         return self.start("xfce4-panel", "--disable-wm-check")
 
+    def work_area(self):
+        """Left, top, right and bottom of what the panel leaves free, once it has taken its part."""
+        said = subprocess.run(["xprop", "-root", "_NET_WORKAREA"], capture_output=True, text=True).stdout
+        found = re.search(r"= (\d+), (\d+), (\d+), (\d+)", said)
+        left, top, width, height = map(int, found.groups()) if found else (0, 0, 0, 0)
+        return top > 0 and (left, top, left + width, top + height)
+
+    def frame(self):
+        """The same of the application's window with what the window manager puts around it."""
+        window = self.window_ids()[0]
+        said = subprocess.run(["xwininfo", "-id", window], capture_output=True, text=True).stdout
+        left, top, width, height = (int(re.search(name + ": +(-?[0-9]+)", said)[1])
+                                    for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"))
+        said = subprocess.run(["xprop", "-id", window, "_NET_FRAME_EXTENTS"], capture_output=True, text=True).stdout
+        before, after, above, below = map(int, re.findall("[0-9]+", said))
+        return left - before, top - above, left + width + after, top + height + below
+
     # The application's traces
 
     def add(self, name, files):
@@ -134,6 +152,12 @@ class Desktop:
     def windows(self):
         """How many windows of the application are on the screen."""
         return len(self.window_ids())
+
+    def is_minimised(self):
+        found = subprocess.run(["xdotool", "search", "--name", "^Tarnwick Basic$"], capture_output=True,
+                               text=True).stdout.split()
+        return any("Iconic" in subprocess.run(["xprop", "-id", window, "WM_STATE"], capture_output=True,
+                                              text=True).stdout for window in found)
 
     def window_ids(self):
         return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "Tarnwick Basic"], capture_output=True,
