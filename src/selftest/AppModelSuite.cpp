@@ -143,6 +143,7 @@ void keeping(const Fixture &world, AppModel &) {
     waitIdle(model, "with a full history");
     eq(last(model), "manual (Photos | Notes): 3 files copied (3 bytes)", "the newest run comes first");
     eq(model.history().size(), 60, "the history keeps 60 runs");
+    AppModel::flushHistory(std::chrono::seconds(5));
     eq(Store::loadHistory().size(), 60, "the history file keeps 60 runs");
     Fixture::put(world / "Support", "history.json={} | config.json={ broken");
     const AppModel fresh;

@@ -97,5 +97,6 @@ TEST_F(ModelUnderTest, WhatGoesDuringASync) {
     }
     QCoreApplication::processEvents();
     EXPECT_EQ(logged().at(1), "Drive is being ejected during a sync; stopping safely.");
+    EXPECT_TRUE(AppModel::flushHistory(std::chrono::seconds(10)));
     EXPECT_EQ(Store::loadHistory().size(), 4u);
 }

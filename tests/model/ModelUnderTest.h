@@ -52,6 +52,7 @@ class ModelUnderTest : public StoreUnderTest {
     /// The newest run, once no sync is under way; none has an empty id.
     SyncRun run() {
         EXPECT_TRUE(until([&] { return !model->busy(); }));
+        EXPECT_TRUE(AppModel::flushHistory(std::chrono::seconds(10)));
         return model->lastRun() ? *model->lastRun() : SyncRun{.id = {}};
     }
     /// Lets the time of all syncs to come pass at once; returns their delays in milliseconds.
