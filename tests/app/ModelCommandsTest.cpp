@@ -150,8 +150,8 @@ TEST_F(ModelCommands, AVolumeThatTheMountTableDoesNotTellIsAskedForItsRoom) {
     tree.sparseFile("Home/Notes/large", 2'000'000);
     Program backUp = program("--backup @/Home/Notes @/Home/OneDrive/made/N");
     tree.dir("Home/OneDrive/made");
-    backUp.words.insert(backUp.words.begin(),
-                        {"unshare", "--mount", "sh", "-c", "mount -t tmpfs tmpfs /proc && exec \"$@\"", "-"});
+    backUp.words.insert(backUp.words.begin(), {"unshare", "--mount", "sh", "-c",
+                                               "mount --bind /dev/null /proc/$$/mountinfo && exec \"$@\"", "-"});
     const Program::Outcome outcome = backUp.run();
     EXPECT_EQ(outcome.status, 1) << outcome.err;
     EXPECT_EQ(outcome.out, "Not enough free space on “made”: this sync needs about 4 MB but only 104.9 MB is free.\n");
