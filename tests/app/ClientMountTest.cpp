@@ -62,8 +62,8 @@ class ClientMount : public ProgramTest {
         tree.file("Photos/unlucky.jpg", std::string(4711, 'u'));
         tree.file("Photos/private.jpg", "another's");
         const fs::path foreign = tree / "Photos/private.jpg";
-        fs::permissions(foreign, fs::perms(0400));
         EXPECT_EQ(::setxattr(foreign.c_str(), "user.colour", "red", 3, 0), 0);
+        fs::permissions(foreign, fs::perms(0400)); // after that, as an ordinary user may set no attribute any more
         EXPECT_EQ(::geteuid() == 0 ? ::chown(foreign.c_str(), 1234, 1234) : 0, 0);
         tree.file("Photos/changed.jpg", "second version", later(someTime, 100));
         tree.file(side + "/Photos/changed.jpg", "first version");
