@@ -26,8 +26,7 @@ AppDelegate::AppDelegate(ModelSession &modelSession, Launch how)
 }
 
 AppDelegate::~AppDelegate() {
-    model.onRunFinished = nullptr;
-    model.onStoppedForEject = nullptr;
+    disconnect(&model, nullptr, this, nullptr);
     Notifier::whenClicked(nullptr);
     delete question;
     if (window)
@@ -40,18 +39,25 @@ void AppDelegate::applicationDidFinishLaunching() {
     makeStatusItem();
     Notifier::whenClicked([this](const QString &activationToken) { showActivity(activationToken); });
     session.followDrives();
-    connect(&model, &AppModel::changed, statusItem.get(), &StatusItem::update);
-    connect(&model, &AppModel::progressChanged, statusItem.get(), &StatusItem::update);
-    model.onRunFinished = [this](const SyncRun &run) { runFinished(run); };
-    model.onStoppedForEject = [this](const std::filesystem::path &drive) { ejected = drive; };
+    followModel();
     const bool isFirstRun = !model.config().hasCompletedFirstRun;
     if (isFirstRun)
         completeFirstRun();
-    model.start(launch.atLogin && !isFirstRun);
-    const bool waitsQuietly = launch.atLogin && !model.config().pairs.empty();
-    if (!waitsQuietly && !launch.inBackground)
+    model.start(launch.atLogin && !isFirstRun, [self = QPointer(this)] {
+        // At login nothing is shown to who has chosen folders, be it that a drive has just brought them back.
+        if (self && self->launch.atLogin && !self->launch.inBackground && self->model.config().pairs.empty())
+            self->showWindow();
+    });
+    if (!launch.atLogin && !launch.inBackground)
         showWindow();
     openForTest();
+}
+
+void AppDelegate::followModel() {
+    connect(&model, &AppModel::changed, statusItem.get(), &StatusItem::update);
+    connect(&model, &AppModel::progressChanged, statusItem.get(), &StatusItem::update);
+    connect(&model, &AppModel::runFinished, this, [this](const SyncRun &run) { runFinished(run); });
+    connect(&model, &AppModel::stoppedForEject, this, [this](const std::filesystem::path &drive) { ejected = drive; });
 }
 
 void AppDelegate::makeStatusItem() {
@@ -110,19 +116,21 @@ void AppDelegate::syncNow() {
     model.sync(std::nullopt, SyncTrigger::manual);
 }
 
-std::optional<QString> AppDelegate::syncFor(const std::vector<std::string> &namesOrIds,
-                                            std::function<void(const SyncRun &)> ended) {
+void AppDelegate::syncFor(const std::vector<std::string> &namesOrIds, std::function<void(const SyncRun &)> ended,
+                          const std::function<void(const QString &)> &refused) {
     if (model.busy())
-        return QStringLiteral("A sync is already running.");
+        return refused(QStringLiteral("A sync is already running."));
     const FolderCommands::Chosen chosen = FolderCommands::chosen(model, namesOrIds);
     if (chosen.refusal)
-        return chosen.refusal;
+        return refused(*chosen.refusal);
     whenEnded = std::move(ended);
-    model.sync(chosen.ids, SyncTrigger::manual);
-    if (model.busy() || !whenEnded)
-        return std::nullopt;
-    whenEnded = nullptr;
-    return model.message();
+    model.sync(chosen.ids, SyncTrigger::manual, [self = QPointer(this), refused](const std::optional<QString> &reason) {
+        if (!reason)
+            return;
+        if (self)
+            self->whenEnded = nullptr;
+        refused(*reason);
+    });
 }
 
 void AppDelegate::cancelSync() {
@@ -142,13 +150,14 @@ void AppDelegate::perform(const QString &action, const QString &activationToken)
         return showActivity(activationToken);
     if (action == QStringLiteral("show-settings"))
         model.setTab(MainTab::settings);
-    if (action == QStringLiteral("sync-now")) {
-        syncNow();
-        if (model.busy())
-            return;
-        // Nothing could be synced: the window tells why.
-    }
-    showWindow(activationToken);
+    if (action != QStringLiteral("sync-now"))
+        return showWindow(activationToken);
+    // When nothing can be synced, the window tells why.
+    model.sync(std::nullopt, SyncTrigger::manual,
+               [self = QPointer(this), activationToken](const std::optional<QString> &refusal) {
+                   if (self && refusal)
+                       self->showWindow(activationToken);
+               });
 }
 
 bool AppDelegate::userSeesTheWindow() const {

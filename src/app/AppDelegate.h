@@ -47,10 +47,10 @@ class AppDelegate : public QObject {
     void showActivity(const QString &activationToken = {});
     void addFolder(const QString &activationToken = {});
     void syncNow();
-    /// Syncs the named folders, or all when none is named, for somebody who waits: `ended` gets the run. The refusal
-    /// when nothing is synced; `ended` is not called then.
-    std::optional<QString> syncFor(const std::vector<std::string> &namesOrIds,
-                                   std::function<void(const SyncRun &run)> ended);
+    /// Syncs the named folders, or all when none is named, for somebody who waits: `ended` gets the run, or `refused`
+    /// the reason why nothing is synced.
+    void syncFor(const std::vector<std::string> &namesOrIds, std::function<void(const SyncRun &run)> ended,
+                 const std::function<void(const QString &reason)> &refused);
     void cancelSync();
     void toggleAuto();
 
@@ -64,6 +64,7 @@ class AppDelegate : public QObject {
   private:
     void makeStatusItem();
     void completeFirstRun();
+    void followModel();
     void runFinished(const SyncRun &run);
     void notify(const SyncRun &run);
     const VolumeInfo *driveAt(const std::filesystem::path &folder) const;

@@ -51,9 +51,10 @@ int app(double seconds) {
     AppModel &model = session.model();
     QElapsedTimer timer;
     timer.start();
-    model.onRunFinished = [&](const SyncRun &run) { printRun(timer, run); };
+    const auto printed =
+        QObject::connect(&model, &AppModel::runFinished, [&](const SyncRun &run) { printRun(timer, run); });
     session.followDrives(); // first, so that a drive that comes meanwhile is not missed
-    model.start(false);
+    session.startModel();
     std::optional<QString> lastBanner;
     for (double left = seconds; left > 0; left = seconds - static_cast<double>(timer.elapsed()) / 1000) {
         ModelSession::settle(std::min(slice, static_cast<int>(std::ceil(std::min(left, 1.0) * 1000))));
@@ -62,7 +63,7 @@ int app(double seconds) {
             Console::out(stamp(timer) + QStringLiteral("BANNER ") + *lastBanner);
         }
     }
-    model.onRunFinished = nullptr;
+    QObject::disconnect(printed);
     printPairs(model.config().pairs);
     session.end(TarnwickBasicMain::Clean);
     return TarnwickBasicMain::Clean;

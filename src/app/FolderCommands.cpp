@@ -32,6 +32,8 @@ int refuse(const QString &sentence) {
 QString readiness(const PairRow &row) {
     if (!row.pair.enabled)
         return QStringLiteral("not ticked");
+    if (row.silentPlace)
+        return QStringLiteral("“") + *row.silentPlace + QStringLiteral("” isn't answering");
     if (!row.connected)
         return QStringLiteral("the drive “") + row.pair.volumeName + QStringLiteral("” isn't connected");
     switch (row.oneDrive) {
@@ -39,6 +41,7 @@ QString readiness(const PairRow &row) {
         return QStringLiteral("OneDrive isn't mounted");
     case Locations::OneDriveInUse::State::NotFound:
         return QStringLiteral("OneDrive wasn't found");
+    case Locations::OneDriveInUse::State::Unknown:
     case Locations::OneDriveInUse::State::Ready:
         break;
     }
@@ -93,12 +96,14 @@ void printJson(const AppModel &model) {
     Console::outDocument(out.take());
 }
 
-std::optional<QString> addTo(AppModel &model, const std::filesystem::path &original,
+std::optional<QString> addTo(ModelSession &session, const std::filesystem::path &original,
                              const std::filesystem::path &backup) {
-    const std::optional<QString> place = model.oneDriveRelativePath(backup);
-    if (const std::optional<QString> refusal = place ? OneDriveNames::folderRefusal(*place) : std::nullopt)
+    AppModel &model = session.model();
+    const std::optional<std::filesystem::path> root = model.oneDriveRoot();
+    const std::optional<QString> place = root ? Locations::relativePath(backup, *root) : std::nullopt;
+    if (std::optional<QString> refusal = place ? OneDriveNames::folderRefusal(*place) : std::nullopt)
         return refusal;
-    return model.addPair(original, backup);
+    return session.answerOf([&](const AppModel::Answer &done) { model.addPair(original, backup, done); });
 }
 
 /// The pairs that the user means: the one with this id, else all with this name.
@@ -140,8 +145,9 @@ int list(const std::vector<std::string> &arguments) {
     const std::optional<Arguments> given = Arguments::parse(arguments, known);
     if (!given || !given->words.empty())
         return wrongUsage("--list [--json]");
-    AppModel::readOnly = true;
+    AppModel::setReadOnly(true);
     ModelSession session;
+    session.waitForDisks();
     if (given->has("--json"))
         printJson(session.model());
     else
@@ -159,8 +165,9 @@ int add(const std::vector<std::string> &arguments) {
     if (const std::optional<QString> refusal = session.claimSettings())
         return refuse(*refusal);
     session.startModel();
+    session.tellNotice();
     const std::optional<QString> refusal =
-        addTo(session.model(), Paths::standardised(given->words[0]), Paths::standardised(given->words[1]));
+        addTo(session, Paths::standardised(given->words[0]), Paths::standardised(given->words[1]));
     const int status = refusal ? refuse(*refusal) : Clean;
     session.end(status);
     return status;
@@ -176,6 +183,7 @@ int remove(const std::vector<std::string> &arguments) {
         return refuse(*refusal);
     AppModel &model = session.model();
     session.startModel();
+    session.tellNotice();
     const std::vector<QUuid> ids = pairsMeant(model, given->words[0]);
     int status = WrongUsage;
     if (ids.empty()) {

@@ -2,9 +2,9 @@
 
 #include "app/Console.h"
 #include "app/Locale.h"
-#include "model/AppModel.h"
 #include "store/Log.h"
 
+#include <QDBusConnection>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -22,12 +22,19 @@ int argumentCount = 1;
 char programName[] = "tarnwick-basic";
 char *argumentList[] = {programName, nullptr};
 
-/// Waits for the history, the drive profiles and the log.
-void writeEverythingDown() {
+/// Somebody wants to quit: disks that don't answer now are not waited for.
+constexpr std::chrono::milliseconds endOfPatience(600);
+/// A run that has been stopped ends within this time, if its disks answer.
+constexpr std::chrono::seconds endOfRun(10);
+
+/// Waits for the history, the log and, if the drives answer, their profiles.
+void writeEverythingDown(bool drivesAnswer) {
     AppModel::flushHistory(std::chrono::seconds(30));
-    AppModel::flushProfiles(std::chrono::seconds(5));
+    AppModel::flushProfiles(std::chrono::seconds(drivesAnswer ? 5 : 0));
     Log::shared().flush(std::chrono::seconds(5));
 }
+
+constexpr std::chrono::milliseconds slice(50);
 
 bool endsOnExit = false;
 
@@ -36,13 +43,21 @@ void endOnExit() {
     if (!endsOnExit)
         return;
     AppModel &model = AppModel::shared();
-    model.stopped = true;
+    model.stop();
     model.cancelSync();
-    for (int waited = 0; model.busy() && waited < 10'000; waited += 20) {
+    std::optional<bool> answer;
+    model.whetherItsDisksAnswer(endOfPatience, [&](bool isAnswered) { answer = isAnswered; });
+    const auto begin = std::chrono::steady_clock::now();
+    const auto lasts = [&](std::chrono::milliseconds limit) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         QCoreApplication::sendPostedEvents();
+        return std::chrono::steady_clock::now() - begin < limit;
+    };
+    while (!answer && lasts(endOfPatience)) {
     }
-    writeEverythingDown();
+    while (answer == true && model.busy() && lasts(endOfRun)) {
+    }
+    writeEverythingDown(answer == true);
     ::_exit(EXIT_FAILURE); // other threads still use what static destructors would take away
 }
 
@@ -69,12 +84,46 @@ QString ModelSession::alreadyRunning() {
 }
 
 AppModel &ModelSession::model() {
+    if (!inhibitor)
+        stayAwakeWhileBusy();
     return AppModel::shared();
 }
 
-void ModelSession::startModel() {
-    model().start(false);
-    tellNotice();
+void ModelSession::stayAwakeWhileBusy() {
+    inhibitor = std::make_unique<SleepInhibitor>();
+    const AppModel &model = AppModel::shared();
+    QObject::connect(&model, &AppModel::changed, inhibitor.get(), [this, &model, isAwake = false]() mutable {
+        if (std::exchange(isAwake, model.busy()) == isAwake)
+            return;
+        if (isAwake)
+            inhibitor->begin(QStringLiteral("Tarnwick Basic is syncing your folders"));
+        else
+            inhibitor->end();
+    });
+}
+
+void ModelSession::startModel(const std::function<bool()> &isStopped) {
+    bool isStarted = false;
+    model().start(false, [&] { isStarted = true; });
+    while (!isStarted && !isStopped())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void ModelSession::waitForDisks() {
+    while (!model().hasLooked() || model().isLooking())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+std::optional<QString> ModelSession::answerOf(const std::function<void(const AppModel::Answer &)> &operation) {
+    std::optional<QString> answer;
+    bool isAnswered = false;
+    operation([&](const std::optional<QString> &refusal) {
+        answer = refusal;
+        isAnswered = true;
+    });
+    while (!isAnswered)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    return answer;
 }
 
 void ModelSession::tellNotice() {
@@ -105,17 +154,39 @@ void ModelSession::endEvenOnExit() {
 }
 
 void ModelSession::end(int exitStatus) {
-    model().stopped = true;
+    model().stop();
     model().cancelSync();
-    for (int waited = 0; model().busy() && waited < 10'000; waited += 50)
-        settle(50);
-    drives.reset();
-    if (AppModel::readOnly)
-        return; // nothing can wait to be written
-    writeEverythingDown();
+    const bool areAnswering = unfinishedDisksAnswer();
+    for (std::chrono::milliseconds waited{}; areAnswering && model().busy() && waited < endOfRun; waited += slice)
+        settle(static_cast<int>(slice.count()));
+    if (!AppModel::isReadOnly())
+        writeEverythingDown(areAnswering);
     endsOnExit = false;
+    leave();
     if (model().busy()) {
         std::fflush(nullptr);
         ::_exit(Console::finish(exitStatus));
     }
+}
+
+bool ModelSession::unfinishedDisksAnswer() {
+    if (!model().hasUnfinishedWork())
+        return true;
+    bool isAnswered = false;
+    QEventLoop loop;
+    model().whetherItsDisksAnswer(endOfPatience, [&](bool answer) {
+        isAnswered = answer;
+        loop.quit();
+    });
+    loop.exec();
+    return isAnswered;
+}
+
+/// A thread that hangs in the kernel keeps the process from going away. Whatever others may wait for is given up here.
+void ModelSession::leave() {
+    drives.reset();
+    inhibitor.reset();
+    QDBusConnection::disconnectFromBus(QStringLiteral("qt_default_session_bus"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("qt_default_system_bus"));
+    lock.reset();
 }

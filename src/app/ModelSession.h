@@ -2,14 +2,15 @@
 
 #include "app/SettingsLock.h"
 #include "desktop/DriveEvents.h"
+#include "desktop/SleepInhibitor.h"
+#include "model/AppModel.h"
 
 #include <QCoreApplication>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
-
-class AppModel;
 
 /// What a mode without a window needs around the model: the event loop, the settings folder to itself, the drive
 /// events, and an orderly end.
@@ -29,9 +30,15 @@ class ModelSession {
     /// The lock of the last claimSettings(), held or not.
     const SettingsLock &settingsLock() const { return *lock; }
 
+    /// Made on first use. While it is busy the computer doesn't fall asleep.
     AppModel &model();
-    /// Starts the model without a sync, as a command does, and tells on standard error what came back from the drives.
-    void startModel();
+    /// Starts the model without a sync and waits until it knows the disks and the drives' folder choices, or until
+    /// `isStopped`.
+    void startModel(const std::function<bool()> &isStopped = [] { return false; });
+    /// Waits until the last look that was asked for is back, two seconds at most for what doesn't answer.
+    void waitForDisks();
+    /// Waits for what an operation answers.
+    std::optional<QString> answerOf(const std::function<void(const AppModel::Answer &done)> &operation);
     /// Tells the model's notice on standard error, each text once.
     void tellNotice();
     /// From now on drives that come and go are the model's business.
@@ -48,8 +55,13 @@ class ModelSession {
     void endEvenOnExit();
 
   private:
+    void stayAwakeWhileBusy();
+    bool unfinishedDisksAnswer();
+    void leave();
+
     std::optional<SettingsLock> lock;
     std::unique_ptr<QCoreApplication> eventLoop;
     std::unique_ptr<DriveEvents> drives;
+    std::unique_ptr<SleepInhibitor> inhibitor;
     std::optional<QString> toldNotice;
 };

@@ -37,8 +37,9 @@ void print(const AppModel &model, const Locations::OneDriveFolder &folder) {
 }
 
 int show() {
-    AppModel::readOnly = true;
+    AppModel::setReadOnly(true);
     ModelSession session;
+    session.waitForDisks();
     const AppModel &model = session.model();
     for (const Locations::OneDriveFolder &folder : foldersOf(model))
         print(model, folder);
@@ -50,9 +51,12 @@ int show() {
 
 std::optional<QString> chooseIn(ModelSession &session, const std::filesystem::path &folder) {
     session.startModel();
+    session.tellNotice();
     AppModel &model = session.model();
-    if (const std::optional<QString> refusal = model.chooseOneDrive(folder))
+    if (std::optional<QString> refusal =
+            session.answerOf([&](const AppModel::Answer &done) { model.chooseOneDrive(folder, done); }))
         return refusal;
+    session.waitForDisks();
     for (const Locations::OneDriveFolder &known : foldersOf(model)) {
         if (known.url == model.oneDriveRoot())
             print(model, known);

@@ -57,12 +57,12 @@ bool draw(QWidget &view, const QSize &size, const QString &path) {
 } // namespace
 
 int snapshot(const std::string &path, const std::string &tab) {
-    const auto application = Windows::makeApplication();
-    AppModel::readOnly = true;
-    AppModel model;
+    AppModel::setReadOnly(true);
+    ModelSession session(Windows::makeApplication());
+    session.waitForDisks();
+    AppModel &model = session.model();
     model.setTab(tabNamed(Text::fromBytes(tab)));
     showSampleHistory(model);
-    model.refreshEnvironment();
     const bool isSheet = tab == "addfolder";
     const std::unique_ptr<QWidget> view =
         isSheet ? std::unique_ptr<QWidget>(new AddFolderSheet(model)) : std::unique_ptr<QWidget>(new MainView(model));

@@ -35,6 +35,8 @@ QString tooltip(const AppModel &model) {
 }
 
 QString statusLine(const AppModel &model) {
+    if (model.awaitedPlace())
+        return SyncCardText::title(model);
     if (model.busy())
         return SyncCardText::isCopying(model) ? QStringLiteral("Syncing “") + model.progress().pairName +
                                                     QStringLiteral("” — ") + percentage(model)

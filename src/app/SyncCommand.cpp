@@ -61,16 +61,15 @@ int syncNow(ModelSession &session, const AppModel::PairIDs &ids, ResultText::For
     AppModel &model = session.model();
     Console::ProgressLine line;
     std::optional<SyncRun> finished;
-    model.onRunFinished = [&](const SyncRun &run) { finished = run; };
-    const auto shown =
-        QObject::connect(&model, &AppModel::progressChanged, &model, [&] { line.show(model.progress()); });
-    model.sync(ids, SyncTrigger::manual);
-    if (!model.busy() && !finished)
-        return refuse(model.message().value_or(QString()));
-    while (!finished)
+    std::optional<QString> refusal;
+    QObject here; // what is told ends with this function
+    QObject::connect(&model, &AppModel::runFinished, &here, [&](const SyncRun &run) { finished = run; });
+    QObject::connect(&model, &AppModel::progressChanged, &here, [&] { line.show(model.progress()); });
+    model.sync(ids, SyncTrigger::manual, [&](const std::optional<QString> &reason) { refusal = reason; });
+    while (!finished && !refusal)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QObject::disconnect(shown);
-    model.onRunFinished = nullptr;
+    if (refusal)
+        return stopRequest.isCancelled() ? static_cast<int>(Stopped) : refuse(*refusal);
     line.clear();
     session.tellNotice(); // of a drive that came meanwhile
     return printed(*finished, form);
@@ -126,7 +125,8 @@ int run(const std::vector<std::string> &arguments) {
     if (session.claimSettings())
         return handOver(session.settingsLock(), given->words, form);
     session.followDrives(); // first, so that a drive that comes meanwhile is not missed
-    session.startModel();
+    session.startModel([] { return stopRequest.isCancelled(); });
+    session.tellNotice();
     const FolderCommands::Chosen chosen = FolderCommands::chosen(session.model(), given->words);
     const int status = chosen.refusal ? refuse(*chosen.refusal) : syncNow(session, chosen.ids, form);
     session.end(status);

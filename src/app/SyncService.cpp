@@ -18,7 +18,9 @@ QByteArray SyncService::Sync(const QStringList &namesOrIds, const QDBusMessage &
     const auto answer = [call](const SyncRun &run) {
         QDBusConnection::sessionBus().send(call.createReply(QVariant(Json::toBytes(run))));
     };
-    if (const std::optional<QString> refusal = delegate.syncFor(names, answer))
-        QDBusConnection::sessionBus().send(call.createErrorReply(refused, *refusal));
+    const auto refuse = [call](const QString &reason) {
+        QDBusConnection::sessionBus().send(call.createErrorReply(refused, reason));
+    };
+    delegate.syncFor(names, answer, refuse);
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "desktop/SystemBus.h"
+#include "platform/GatheredDisk.h"
 #include "platform/MountTable.h"
 #include "platform/VolumeIdentity.h"
 #include "store/Locations.h"
@@ -21,13 +22,19 @@ namespace fs = std::filesystem;
 
 using InterfacesAdded = QMap<QString, QVariantMap>;
 
+/// No drive is asked: whoever is told of one looks at it, and may find that it is none of this user's.
 std::map<fs::path, int> drivesNow() {
     std::map<fs::path, int> drives;
-    const MountTable table = MountTable::read();
-    for (const VolumeInfo &drive : Locations::externalVolumes()) {
-        const MountEntry *mount = TestRoot::isActive() ? nullptr : table.covering(drive.url);
-        drives[drive.url] = mount ? mount->id : 0;
+    if (TestRoot::isActive()) {
+        for (const FolderItem &item : DirectDisk().visibleItems(*TestRoot::url() / "Volumes"))
+            drives[item.path] = 0;
+        return drives;
     }
+    const MountTable table = MountTable::read();
+    const DiskAnswers nothing;
+    GatheredDisk untouched(table, nothing);
+    for (const VolumeInfo &drive : Locations::externalVolumes(untouched))
+        drives[drive.url] = table.covering(drive.url)->id;
     return drives;
 }
 

@@ -6,7 +6,6 @@
 #include "sync/TempArea.h"
 
 #include <QStringList>
-#include <QTimer>
 
 #include <algorithm>
 #include <set>
@@ -16,6 +15,13 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int launchDelay = 20'000;
+/// How long what has to know waits for a disk; one that sleeps takes ten seconds to spin up.
+constexpr std::chrono::seconds patience(30);
+
+bool hasSameFolders(const FolderPair &a, const FolderPair &b) {
+    return a.volumeUUID == b.volumeUUID && a.volumeName == b.volumeName && a.sourceRelPath == b.sourceRelPath &&
+           a.backupRelPath == b.backupRelPath;
+}
 
 /// A queue of its own: a sleeping drive holds up neither the profiles nor the log.
 void purgeInBackground(const std::vector<VolumeInfo> &drives, const std::optional<fs::path> &oneDrive) {
@@ -40,38 +46,93 @@ AppModel &AppModel::shared() {
 }
 
 AppModel::AppModel() : settings(Store::loadConfig()), runs(Store::loadHistory()) {
-    look();
+    longPreparation.setSingleShot(true);
+    connect(&longPreparation, &QTimer::timeout, this, &AppModel::noteChange);
+    refreshEnvironment();
 }
 
 AppModel::~AppModel() = default;
 
-void AppModel::start(bool syncIfConnected) {
-    refreshEnvironment();
-    purgeInBackground(around.drives, oneDriveRoot());
-    holdProfileWrites = true;
-    for (const VolumeInfo &drive : std::vector(around.drives))
-        importProfileIfNeeded(drive);
-    holdProfileWrites = false;
-    writeProfiles();
-    if (!syncIfConnected || !settings.autoSyncOnConnect || readyPairs().empty())
+void AppModel::start(bool syncIfConnected, std::function<void()> then) {
+    refreshEnvironment([this, syncIfConnected, then = std::move(then)] {
+        purgeInBackground(around.drives, oneDriveRoot());
+        holdProfileWrites = true;
+        importProfiles(around.drives, [this, syncIfConnected, then] {
+            holdProfileWrites = false;
+            writeProfiles();
+            if (then)
+                then();
+            if (syncIfConnected)
+                refreshEnvironment([this] { launch(); }); // with what was brought back
+        });
+    });
+}
+
+void AppModel::launch() {
+    if (!settings.autoSyncOnConnect || !somethingMayBeReady())
         return;
     QTimer::singleShot(launchDelay, Qt::PreciseTimer, this, [this] {
-        if (!stopped && !busy() && !readyPairs().empty())
+        if (!isStopped && !busy() && somethingMayBeReady())
             sync(std::nullopt, SyncTrigger::launch);
     });
 }
 
-void AppModel::refreshEnvironment() {
-    look();
-    keepMountPoint();
+/// What doesn't answer at the moment may have woken up when it is needed.
+bool AppModel::somethingMayBeReady() const {
+    const std::vector<FolderPair> enabled = enabledPairs();
+    return std::any_of(enabled.begin(), enabled.end(),
+                       [this](const FolderPair &pair) { return found(pair).original.has_value(); });
 }
 
-void AppModel::look() {
-    DirectDisk disk;
-    Surroundings now = Surroundings::look(settings, disk);
+// Looking at the disks
+
+void AppModel::refreshEnvironment(std::function<void()> then) {
+    if (then)
+        afterLook.emplace_back(looksBegun + 1, std::move(then));
+    if (std::exchange(lookIsDue, true))
+        return;
+    QMetaObject::invokeMethod(this, &AppModel::lookWhenDue, Qt::QueuedConnection);
+}
+
+/// One look after the other: many requests in a row don't start it over and over again.
+void AppModel::lookWhenDue() {
+    if (!lookIsDue || looksTold != looksBegun)
+        return;
+    lookIsDue = false;
+    lookout.drop(currentLook); // which goes on only for what has not answered, and is asked again now
+    const std::uint64_t number = ++looksBegun;
+    const auto now = std::make_shared<Surroundings>();
+    currentLook = lookout.ask({.question =
+                                   [now, config = settings, before = around](Disk &disk) {
+                                       *now = Surroundings::look(config, before, disk);
+                                       return false;
+                                   },
+                               .patience = Lookout::hanging,
+                               .afterwards = Lookout::Afterwards::GoOn,
+                               .ended = [=, this](bool isAnswered) { lookIsTold(*now, isAnswered, number); }});
+}
+
+void AppModel::lookIsTold(const Surroundings &now, bool isAnswered, std::uint64_t number) {
+    const bool isFirst = !hasLooked();
+    looksTold = number;
+    takeOver(now);
+    if (isFirst)
+        noteChange();
+    if (isAnswered)
+        keepMountPoint();
+    while (!afterLook.empty() && afterLook.front().first <= number) {
+        const std::function<void()> then = std::move(afterLook.front().second);
+        afterLook.pop_front();
+        then();
+    }
+    syncWhatWaitedForTheMount();
+    lookWhenDue();
+}
+
+void AppModel::takeOver(const Surroundings &now) {
     if (now == around)
         return;
-    around = std::move(now);
+    around = now;
     std::erase_if(offeredDrives, [this](const Path &top) {
         return std::none_of(around.drives.begin(), around.drives.end(),
                             [&](const VolumeInfo &drive) { return drive.url == top; });
@@ -79,17 +140,17 @@ void AppModel::look() {
     noteChange();
 }
 
-/// Remembers on which mount the OneDrive folder in use lies, so that a later look can tell it from the bare mount
-/// point.
 void AppModel::keepMountPoint() {
-    const Locations::OneDriveInUse &now = around.oneDrive;
-    const std::optional<Path> mountPoint = around.mountPointToKeep;
-    // Beside a missing choice what is remembered may be the missing folder's.
-    if (readOnly || !now.root || (now.goneChoice && !mountPoint))
-        return;
-    AppConfig next = settings;
-    next.oneDriveMountPoint = mountPoint ? std::optional(Text::fromPath(*mountPoint)) : std::nullopt;
-    setConfig(next);
+    if (!readOnly)
+        setConfig(around.withMountPoint(settings));
+}
+
+bool AppModel::isLooking() const {
+    return lookIsDue || looksTold != looksBegun || lookout.waiting() > 0;
+}
+
+Lookout::Ticket AppModel::askPatiently(Lookout::Question question, Lookout::Ended ended) {
+    return lookout.ask({.question = std::move(question), .patience = patience, .ended = std::move(ended)});
 }
 
 // State
@@ -116,12 +177,22 @@ void AppModel::setConfig(const AppConfig &value) {
         settings.oneDriveMountPoint.reset();
     noteChange();
     Store::save(settings);
-    if (settings.pairs != before.pairs || settings.oneDriveMountPoint != before.oneDriveMountPoint)
-        look();
-    if (settings.pairs != before.pairs)
+    if (settings.pairs != before.pairs) {
+        forgetMovedPairs(before.pairs);
         writeProfiles();
-    if (settings.oneDriveRootPath != before.oneDriveRootPath)
+    }
+    if (settings.pairs != before.pairs || settings.oneDriveMountPoint != before.oneDriveMountPoint ||
+        settings.oneDriveRootPath != before.oneDriveRootPath)
         refreshEnvironment();
+}
+
+/// What was found of them belongs to other folders.
+void AppModel::forgetMovedPairs(const std::vector<FolderPair> &before) {
+    for (const FolderPair &old : before) {
+        const std::optional<std::size_t> index = pairIndex(old.id);
+        if (!index || !hasSameFolders(settings.pairs[*index], old))
+            around.pairs.erase(old.id);
+    }
 }
 
 void AppModel::setBanner(std::optional<QString> text) {
@@ -166,22 +237,6 @@ std::vector<AppModel::Path> AppModel::oneDriveRoots() const {
     return roots;
 }
 
-std::optional<QString> AppModel::oneDriveNotice() const {
-    const Locations::OneDriveInUse &now = around.oneDrive;
-    if (now.state == Locations::OneDriveInUse::State::NotMounted)
-        return Locations::notMounted(*now.mountPoint);
-    if (now.goneChoice && now.root)
-        return QStringLiteral("The chosen OneDrive folder (") + Locations::tildePath(*now.goneChoice) +
-               QStringLiteral(") wasn't found, so backups go to ") + Locations::tildePath(*now.root) +
-               QStringLiteral(". Choose your OneDrive folder in Settings.");
-    if (now.goneChoice)
-        return QStringLiteral("OneDrive wasn't found (") + Locations::tildePath(*now.goneChoice) +
-               QStringLiteral("). Start your OneDrive client, or choose your OneDrive folder in Settings.");
-    if (!now.root)
-        return QStringLiteral("OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.");
-    return std::nullopt;
-}
-
 std::vector<FolderPair> AppModel::enabledPairs() const {
     std::vector<FolderPair> pairs;
     std::copy_if(settings.pairs.begin(), settings.pairs.end(), std::back_inserter(pairs),
@@ -191,7 +246,10 @@ std::vector<FolderPair> AppModel::enabledPairs() const {
 
 std::vector<FolderPair> AppModel::readyPairs() const {
     std::vector<FolderPair> pairs = enabledPairs();
-    std::erase_if(pairs, [this](const FolderPair &pair) { return !found(pair).original; });
+    std::erase_if(pairs, [this](const FolderPair &pair) {
+        const Surroundings::Pair &seen = found(pair);
+        return !seen.original || seen.silentPlace;
+    });
     return pairs;
 }
 
@@ -217,22 +275,20 @@ std::optional<QString> AppModel::syncBlocker() const {
     const std::vector<FolderPair> enabled = enabledPairs();
     if (enabled.empty())
         return QStringLiteral("Tick a folder to back it up.");
-    if (!oneDriveRoot())
-        return oneDriveNotice();
+    if (!hasLooked())
+        return QStringLiteral("Looking for your drives and OneDrive…");
+    if (const std::optional<QString> notice = oneDriveNotice(); notice && !oneDriveRoot())
+        return notice;
     if (!readyPairs().empty())
         return std::nullopt;
     std::set<QString> names;
-    for (const FolderPair &pair : enabled)
+    for (const FolderPair &pair : enabled) {
+        if (const std::optional<QString> &silent = found(pair).silentPlace)
+            return Surroundings::isNotAnswering(*silent);
         names.insert(pair.volumeName);
+    }
     return QStringLiteral("Connect “") + QStringList(names.begin(), names.end()).join(QStringLiteral(", ")) +
            QStringLiteral("” to sync.");
-}
-
-/// What the last look found of a pair; nothing of a pair that isn't in the list.
-const Surroundings::Pair &AppModel::found(const FolderPair &pair) const {
-    static const Surroundings::Pair nothing;
-    const auto at = around.pairs.find(pair.id);
-    return at == around.pairs.end() ? nothing : at->second;
 }
 
 std::vector<PairRow> AppModel::rows() const {
@@ -246,6 +302,8 @@ std::vector<PairRow> AppModel::rows() const {
         row.oneDrive = around.oneDrive.state;
         row.backupURL = seen.backup;
         row.backupExists = seen.backupExists;
+        row.silentPlace = seen.silentPlace;
+        row.isLookedAt = around.pairs.contains(pair.id);
         result.push_back(std::move(row));
     }
     return result;

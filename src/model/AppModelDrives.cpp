@@ -20,10 +20,11 @@ constexpr int fastMountDelay = 1000;
 /// A drive that comes back within this time is not synced again by itself.
 constexpr qint64 quietSeconds = 300;
 
-/// Never destroyed: a write may hang on a dead drive to the end of the process.
-SerialQueue &profileQueue() {
-    static auto *const queue = new SerialQueue;
-    return *queue;
+/// One for each drive (by its top folder), so that a dead one holds up no other; never destroyed, because a write may
+/// hang to the end of the process.
+std::map<fs::path, SerialQueue> &profileQueues() {
+    static auto *const queues = new std::map<fs::path, SerialQueue>;
+    return *queues;
 }
 
 /// By identifier where both have one, so that a renamed drive keeps its pairs; else by name.
@@ -46,7 +47,10 @@ bool isRecent(const QDateTime &moment) {
 } // namespace
 
 void AppModel::volumeMounted(const Path &url) {
-    refreshEnvironment();
+    refreshEnvironment([this, url] { driveCame(url); });
+}
+
+void AppModel::driveCame(const Path &url) {
     const auto mounted = std::find_if(around.drives.begin(), around.drives.end(), [&](const VolumeInfo &drive) {
         return Paths::standardised(drive.url) == Paths::standardised(url);
     });
@@ -54,60 +58,114 @@ void AppModel::volumeMounted(const Path &url) {
         return;
     const VolumeInfo drive = *mounted;
     Log::shared().write(QStringLiteral("Drive connected: ") + drive.name);
-    importProfileIfNeeded(drive);
-    if (!settings.autoSyncOnConnect)
-        return;
-    std::vector<QUuid> ids;
-    for (const FolderPair &pair : settings.pairs) {
-        const bool isHome = pair.volumeUUID == Locations::homeKey;
-        if (pair.enabled && !isHome && Locations::resolveOriginal(pair, {drive}))
-            ids.push_back(pair.id);
-    }
-    const auto last = lastAutoSync.find(drive.id());
-    if (ids.empty() || (last != lastAutoSync.end() && isRecent(last->second)))
-        return;
-    lastAutoSync[drive.id()] = QDateTime::currentDateTimeUtc();
-    syncLater(delayAfterMount(), ids, SyncTrigger::driveConnected);
+    importProfiles({drive}, [this, drive] {
+        if (settings.autoSyncOnConnect)
+            syncOnConnect(drive);
+    });
+}
+
+void AppModel::syncOnConnect(const VolumeInfo &drive) {
+    const auto ids = std::make_shared<std::vector<QUuid>>();
+    const auto question = [this, ids, drive](Disk &disk) {
+        ids->clear();
+        for (const FolderPair &pair : settings.pairs) {
+            const bool isHome = pair.volumeUUID == Locations::homeKey;
+            if (pair.enabled && !isHome && Locations::resolveOriginal(pair, {drive}, disk))
+                ids->push_back(pair.id);
+        }
+        return false;
+    };
+    askPatiently(question, [this, ids, drive](bool) {
+        const std::optional<QDateTime> last = lastAutoSync(drive.id());
+        if (ids->empty() || (last && isRecent(*last)))
+            return;
+        setLastAutoSync(drive.id(), QDateTime::currentDateTimeUtc());
+        syncLater(delayAfterMount(), *ids, SyncTrigger::driveConnected);
+    });
+}
+
+std::optional<QDateTime> AppModel::lastAutoSync(const QString &drive) const {
+    const auto found = autoSyncs.find(drive);
+    return found == autoSyncs.end() ? std::nullopt : std::optional(found->second);
 }
 
 void AppModel::volumeWillUnmount(const Path &url) {
     if (!busy())
         return;
     const Path top = Paths::standardised(url);
-    const bool isUsed = std::any_of(activeRoots.begin(), activeRoots.end(),
-                                    [&](const Path &folder) { return Paths::isWithin(folder, top); });
-    if (!isUsed)
+    const auto isOnIt = [&](const Path &folder) { return Paths::isWithin(Paths::standardised(folder), top); };
+    const std::vector<Path> used = preparing ? rootsOfEnabledPairs() : activeRoots;
+    if (std::none_of(used.begin(), used.end(), isOnIt))
         return;
     Log::shared().write(QStringLiteral("Drive is being ejected during a sync; stopping safely."));
+    const bool hasBegun = !preparing;
     cancelSync();
-    if (onStoppedForEject)
-        onStoppedForEject(top);
+    if (hasBegun)
+        Q_EMIT stoppedForEject(top);
+}
+
+/// What a sync that is asked for may use.
+std::vector<AppModel::Path> AppModel::rootsOfEnabledPairs() const {
+    std::vector<Path> roots;
+    for (const FolderPair &pair : enabledPairs()) {
+        const Surroundings::Pair &seen = found(pair);
+        if (seen.original)
+            roots.push_back(seen.original->folder);
+        if (seen.backup)
+            roots.push_back(*seen.backup);
+    }
+    return roots;
 }
 
 void AppModel::mountsChanged() {
     refreshEnvironment();
-    noteChange(); // whether OneDrive is mounted is no part of what was compared
-    if (!stopped && waitsForMount && oneDriveRoot()) {
-        const Request request = *std::exchange(waitsForMount, std::nullopt);
-        sync(request.ids, request.trigger);
-    }
 }
 
 void AppModel::volumeUnmounted(const Path &url) {
-    Log::shared().write(QStringLiteral("Drive disconnected: ") + Text::fromBytes(Paths::lastComponent(url)));
+    const bool isKnown = std::any_of(around.drives.begin(), around.drives.end(),
+                                     [&](const VolumeInfo &drive) { return drive.url == url; });
+    if (isKnown)
+        Log::shared().write(QStringLiteral("Drive disconnected: ") + Text::fromBytes(Paths::lastComponent(url)));
     refreshEnvironment();
 }
 
-void AppModel::importProfileIfNeeded(const VolumeInfo &drive) {
-    if (readOnly || !Store::profileAccessAllowed(drive.url))
-        return;
+void AppModel::importProfiles(const std::vector<VolumeInfo> &drives, std::function<void()> then) {
+    struct Stored {
+        VolumeInfo drive;
+        std::optional<Store::DriveProfile> profile;
+        bool isAnswered = false;
+    };
+    const auto stored = std::make_shared<std::vector<Stored>>();
+    for (const VolumeInfo &drive : drives) {
+        if (!readOnly && Store::profileAccessAllowed(drive.url))
+            stored->push_back({drive, std::nullopt});
+    }
+    const auto question = [stored](Disk &disk) {
+        for (Stored &each : *stored) {
+            const std::size_t unanswered = disk.unanswered();
+            each.profile = Store::readProfile(each.drive.url, disk);
+            each.isAnswered = disk.unanswered() == unanswered;
+        }
+        return false;
+    };
+    askPatiently(question, [this, stored, then = std::move(then)](bool) {
+        for (const Stored &each : *stored) {
+            if (!each.isAnswered)
+                Log::shared().write(Surroundings::isNotAnswering(each.drive.name) +
+                                    QStringLiteral(" Its folder choices were not looked at."));
+            else
+                bringBack(each.drive, each.profile);
+        }
+        if (then)
+            then();
+    });
+}
+
+void AppModel::bringBack(const VolumeInfo &drive, const std::optional<Store::DriveProfile> &profile) {
     offeredDrives.insert(drive.url);
     const bool isKnown = std::any_of(settings.pairs.begin(), settings.pairs.end(),
                                      [&](const FolderPair &pair) { return liesOn(pair, drive); });
-    if (isKnown)
-        return;
-    const std::optional<Store::DriveProfile> profile = Store::readProfile(drive.url);
-    if (!profile || profile->pairs.empty())
+    if (isKnown || !profile || profile->pairs.empty())
         return;
     AppConfig next = settings;
     for (const Store::ProfilePair &pair : profile->pairs)
@@ -142,15 +200,38 @@ void AppModel::writeProfiles() {
         offeredDrives.insert(drive.url);
         profiles.emplace_back(drive.url, std::move(pairs));
     }
-    profileQueue().post([profiles = std::move(profiles)] {
-        for (const auto &[url, pairs] : profiles) {
+    for (const auto &profile : profiles) {
+        profileQueues()[profile.first].post([url = profile.first, pairs = profile.second] {
             // A drive that never had folders never gets a profile.
             if (!pairs.empty() || Store::hasProfile(url))
                 Store::writeProfile(pairs, url);
-        }
-    });
+        });
+    }
 }
 
 bool AppModel::flushProfiles(std::chrono::milliseconds limit) {
-    return profileQueue().drain(limit);
+    const auto end = std::chrono::steady_clock::now() + limit;
+    bool isDone = true;
+    for (auto &[drive, queue] : profileQueues())
+        isDone &= queue.drain(std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::max(end - std::chrono::steady_clock::now(), std::chrono::steady_clock::duration::zero())));
+    return isDone;
+}
+
+bool AppModel::hasUnfinishedWork() const {
+    return busy() || !flushProfiles({});
+}
+
+void AppModel::whetherItsDisksAnswer(std::chrono::milliseconds limit, std::function<void(bool)> answer) {
+    std::vector<Path> places = activeRoots;
+    for (auto &[drive, queue] : profileQueues()) {
+        if (!queue.drain({}))
+            places.push_back(drive);
+    }
+    const auto look = [places](Disk &disk) {
+        for (const Path &place : places)
+            disk.look(place);
+        return false;
+    };
+    lookout.ask({.question = look, .patience = limit, .ended = std::move(answer)});
 }

@@ -1,6 +1,7 @@
 // The model's side of a sync.
 
 #include "base/Fmt.h"
+#include "base/MainThread.h"
 #include "base/Paths.h"
 #include "base/Text.h"
 #include "model/AppModel.h"
@@ -9,7 +10,6 @@
 #include "store/Store.h"
 #include "sync/SyncRunner.h"
 
-#include <QCoreApplication>
 #include <QPointer>
 #include <QStringList>
 #include <QTimer>
@@ -38,21 +38,57 @@ bool staysBelow(const QString &rel) {
     return !rel.startsWith(u'/') && !rel.contains(QChar(0)) && !parts.contains(QStringLiteral(".."));
 }
 
-bool leadsOut(const fs::path &folder, const fs::path &base) {
-    return !Paths::isWithin(Locations::resolved(folder), Locations::resolved(base));
+bool leadsOut(const fs::path &folder, const fs::path &base, Disk &disk) {
+    return !Paths::isWithin(disk.resolved(folder), disk.resolved(base));
 }
 
 /// Stored paths may come from a stranger's drive. In the home folder links are the user's own, and many have their
 /// pictures on another disk that way.
 bool isContained(const FolderPair &pair, const Locations::ResolvedFolder &original, const fs::path &oneDrive,
-                 const fs::path &backup) {
-    if (!staysBelow(pair.sourceRelPath) || !staysBelow(pair.backupRelPath) || leadsOut(backup, oneDrive))
+                 const fs::path &backup, Disk &disk) {
+    if (!staysBelow(pair.sourceRelPath) || !staysBelow(pair.backupRelPath) || leadsOut(backup, oneDrive, disk))
         return false;
-    return pair.volumeUUID == Locations::homeKey || !leadsOut(original.folder, original.volume.url);
+    return pair.volumeUUID == Locations::homeKey || !leadsOut(original.folder, original.volume.url, disk);
 }
 
 bool isFat(const QString &type) {
     return type == QStringLiteral("msdos");
+}
+
+QString skipped(const FolderPair &pair, const QString &reason) {
+    return QStringLiteral("“") + PairRow::nameOf(pair) + QStringLiteral("” was skipped: ") + reason;
+}
+
+/// The job, or in `note` why the pair is skipped.
+std::optional<SyncJob> buildJob(const FolderPair &pair, const Surroundings &around, QString &note, Disk &disk) {
+    const auto skip = [&](const QString &reason) {
+        note = skipped(pair, reason);
+        return std::nullopt;
+    };
+    const Surroundings::Pair &found = around.of(pair);
+    if (!found.original)
+        return skip(QStringLiteral("the drive “") + pair.volumeName + QStringLiteral("” isn't connected."));
+    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
+    if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted)
+        return skip(Locations::notMounted(*oneDrive.mountPoint));
+    if (found.silentPlace)
+        return skip(Surroundings::isNotAnswering(*found.silentPlace));
+    if (!oneDrive.root)
+        return skip(QStringLiteral("OneDrive wasn't found. Choose your OneDrive folder in Settings."));
+    const fs::path &backup = *found.backup;
+    if (!isContained(pair, *found.original, *oneDrive.root, backup, disk))
+        return skip(QStringLiteral("its stored folders lead outside the drive or OneDrive."));
+    if (Locations::overlap(found.original->folder, backup, disk))
+        return skip(QStringLiteral("its backup folder is inside the original."));
+    SyncJob job;
+    job.pairID = pair.id;
+    job.name = PairRow::nameOf(pair);
+    job.original = Paths::standardised(found.original->folder);
+    job.backup = Paths::standardised(backup);
+    job.oneDrive = oneDrive.root;
+    job.mountPoint = oneDrive.mountPoint;
+    job.rules.fatTimeQuirk = isFat(found.original->volume.fsType) || isFat(Locations::fileSystemType(backup, disk));
+    return job;
 }
 
 QString summaryOf(const PairResult &result) {
@@ -76,7 +112,49 @@ void logResult(const SyncRun &run) {
 
 } // namespace
 
-void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger) {
+/// What the disks tell for a sync.
+struct AppModel::Prepared {
+    Surroundings around = {};
+    std::vector<SyncJob> jobs = {};
+    std::vector<QString> notes = {};
+    std::optional<QString> awaited = {}; ///< the first place that hasn't answered and that a pair needs
+    bool isComplete = false;             ///< nothing at all is a guess
+
+    static Prepared from(const AppConfig &config, const Surroundings &before, const PairIDs &pairIDs, Disk &disk);
+    void add(const FolderPair &pair, Disk &disk);
+};
+
+AppModel::Prepared AppModel::Prepared::from(const AppConfig &config, const Surroundings &before, const PairIDs &pairIDs,
+                                            Disk &disk) {
+    Prepared result{.around = Surroundings::look(config, before, disk)};
+    // A mount seen for the first time binds this sync already.
+    if (const AppConfig next = result.around.withMountPoint(config); !(next == config))
+        result.around = Surroundings::look(next, before, disk);
+    for (const FolderPair &pair : config.pairs) {
+        const bool isMeant = !pairIDs || std::find(pairIDs->begin(), pairIDs->end(), pair.id) != pairIDs->end();
+        if (pair.enabled && isMeant)
+            result.add(pair, disk);
+    }
+    result.isComplete = disk.unanswered() == 0;
+    return result;
+}
+
+void AppModel::Prepared::add(const FolderPair &pair, Disk &disk) {
+    const std::size_t unanswered = disk.unanswered();
+    QString note;
+    const std::optional<SyncJob> job = buildJob(pair, around, note, disk);
+    std::optional<QString> silent = around.of(pair).silentPlace;
+    if (!silent && disk.unanswered() != unanswered) // a link on the way leads to what doesn't answer
+        silent = around.of(pair).original->volume.name;
+    if (silent && !awaited)
+        awaited = silent;
+    if (job && !silent)
+        jobs.push_back(*job);
+    else
+        notes.push_back(job ? skipped(pair, Surroundings::isNotAnswering(*silent)) : note);
+}
+
+void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger, Answer begun) {
     if (readOnly)
         return;
     if (busy()) {
@@ -84,17 +162,60 @@ void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger) {
             pendingAuto = Request{pairIDs, trigger};
         return;
     }
-    refreshEnvironment();
-    std::vector<QString> notes;
-    std::vector<SyncJob> jobs = buildJobs(pairIDs, notes);
-    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
-    if (!jobs.empty() && oneDrive.goneChoice)
-        notes.push_back(*oneDriveNotice());
-    if (!jobs.empty())
-        return startRun(std::move(jobs), trigger, std::move(notes));
-    if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted && trigger != SyncTrigger::manual)
-        waitForMount({pairIDs, trigger});
-    refusal = notes.empty() ? syncBlocker() : notes.front();
+    token = std::make_shared<CancelToken>();
+    currentProgress = {};
+    noteChange();
+    preparing = std::make_shared<Prepared>();
+    tellBegun = std::move(begun);
+    const auto question = [this, pairIDs](Disk &disk) {
+        *preparing = Prepared::from(settings, around, pairIDs, disk);
+        return !preparing->awaited;
+    };
+    preparation = askPatiently(question, [this, request = Request{pairIDs, trigger}](bool) { begin(request); });
+    longPreparation.start(Lookout::hanging);
+}
+
+/// The disks have told what there is to sync.
+void AppModel::begin(const Request &request) {
+    Prepared result = std::move(*preparing);
+    const Answer tell = endPreparation();
+    if (result.isComplete)
+        takeOver(result.around);
+    else
+        refreshEnvironment();
+    if (result.around.oneDrive.root)
+        setConfig(result.around.withMountPoint(settings));
+    const bool isRefused = result.jobs.empty();
+    if (isRefused) {
+        refuse(result, request);
+    } else {
+        if (result.around.oneDrive.goneChoice)
+            result.notes.push_back(*result.around.oneDriveNotice());
+        startRun(std::move(result.jobs), request.trigger, std::move(result.notes));
+    }
+    if (tell)
+        tell(isRefused ? refusal : std::nullopt);
+}
+
+/// Returns who is to be told what became of it.
+AppModel::Answer AppModel::endPreparation() {
+    longPreparation.stop();
+    lookout.drop(std::exchange(preparation, nullptr));
+    preparing.reset();
+    token.reset();
+    noteChange();
+    return std::exchange(tellBegun, {});
+}
+
+std::optional<QString> AppModel::awaitedPlace() const {
+    return preparing && !longPreparation.isActive() ? preparing->awaited : std::nullopt;
+}
+
+void AppModel::refuse(const Prepared &result, const Request &request) {
+    if (result.around.oneDrive.state == Locations::OneDriveInUse::State::NotMounted &&
+        request.trigger != SyncTrigger::manual)
+        waitForMount(request);
+    refusal = result.notes.empty() ? syncBlocker() : result.notes.front();
     if (!refusal)
         refusal = QStringLiteral("There is nothing to sync right now.");
     noteChange();
@@ -107,52 +228,21 @@ void AppModel::waitForMount(const Request &request) {
     Log::shared().write(QStringLiteral("Sync waits until OneDrive is mounted (") + rawText(request.trigger) + u')');
 }
 
+void AppModel::syncWhatWaitedForTheMount() {
+    if (isStopped || !waitsForMount || !oneDriveRoot())
+        return;
+    const Request request = *std::exchange(waitsForMount, std::nullopt);
+    sync(request.ids, request.trigger);
+}
+
 void AppModel::cancelSync() {
     if (token)
         token->cancel();
-}
-
-std::vector<SyncJob> AppModel::buildJobs(const PairIDs &pairIDs, std::vector<QString> &notes) const {
-    std::vector<SyncJob> jobs;
-    for (const FolderPair &pair : enabledPairs()) {
-        if (pairIDs && std::find(pairIDs->begin(), pairIDs->end(), pair.id) == pairIDs->end())
-            continue;
-        QString note;
-        if (std::optional<SyncJob> job = buildJob(pair, note))
-            jobs.push_back(std::move(*job));
-        else
-            notes.push_back(note);
-    }
-    return jobs;
-}
-
-std::optional<SyncJob> AppModel::buildJob(const FolderPair &pair, QString &note) const {
-    const auto skip = [&](const QString &reason) {
-        note = QStringLiteral("“") + PairRow::nameOf(pair) + QStringLiteral("” was skipped: ") + reason;
-        return std::nullopt;
-    };
-    const std::optional<Locations::ResolvedFolder> &original = found(pair).original;
-    if (!original)
-        return skip(QStringLiteral("the drive “") + pair.volumeName + QStringLiteral("” isn't connected."));
-    const Locations::OneDriveInUse &oneDrive = around.oneDrive;
-    if (oneDrive.state == Locations::OneDriveInUse::State::NotMounted)
-        return skip(Locations::notMounted(*oneDrive.mountPoint));
-    if (!oneDrive.root)
-        return skip(QStringLiteral("OneDrive wasn't found. Choose your OneDrive folder in Settings."));
-    const Path backup = *found(pair).backup;
-    if (!isContained(pair, *original, *oneDrive.root, backup))
-        return skip(QStringLiteral("its stored folders lead outside the drive or OneDrive."));
-    if (overlaps(original->folder, backup))
-        return skip(QStringLiteral("its backup folder is inside the original."));
-    SyncJob job;
-    job.pairID = pair.id;
-    job.name = PairRow::nameOf(pair);
-    job.original = Paths::standardised(original->folder);
-    job.backup = Paths::standardised(backup);
-    job.oneDrive = oneDrive.root;
-    job.mountPoint = oneDrive.mountPoint;
-    job.rules.fatTimeQuirk = isFat(original->volume.fsType) || isFat(Locations::fileSystemType(backup));
-    return job;
+    if (!preparation)
+        return;
+    if (const Answer tell = endPreparation())
+        tell(QStringLiteral("The sync was stopped before it began."));
+    startPending();
 }
 
 void AppModel::startRun(std::vector<SyncJob> jobs, SyncTrigger trigger, std::vector<QString> notes) {
@@ -168,18 +258,14 @@ void AppModel::startRun(std::vector<SyncJob> jobs, SyncTrigger trigger, std::vec
     noteChange();
     Log::shared().write(QStringLiteral("Sync started (") + rawText(trigger) + QStringLiteral("): ") +
                         names.join(QStringLiteral(", ")));
-    inhibitor.begin(QStringLiteral("Tarnwick Basic is syncing your folders"));
 
     // The thread gets values and the token only. What it has to say is posted to the main thread, where the model, if
     // it still exists, takes it; so nobody ever waits for a thread that may hang in the kernel.
     const auto post = [self = QPointer(this)](const auto &tell) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, tell] {
-                if (self && self->busy())
-                    tell(*self);
-            },
-            Qt::QueuedConnection);
+        MainThread::post([self, tell] {
+            if (self && self->busy())
+                tell(*self);
+        });
     };
     const auto showProgressCallback = [post](const SyncProgress &progress) {
         post([progress](AppModel &model) {
@@ -210,7 +296,6 @@ void AppModel::startRun(std::vector<SyncJob> jobs, SyncTrigger trigger, std::vec
 void AppModel::finish(SyncRun run) {
     token.reset();
     activeRoots.clear();
-    inhibitor.end();
     logResult(run);
     runs.insert(runs.begin(), run);
     if (runs.size() > historyCap)
@@ -220,8 +305,7 @@ void AppModel::finish(SyncRun run) {
     selectedRun = run.id;
     noteChange();
     noteResults(run);
-    if (onRunFinished)
-        onRunFinished(run);
+    Q_EMIT runFinished(run);
     startPending();
 }
 
@@ -246,7 +330,7 @@ void AppModel::startPending() {
 
 void AppModel::syncLater(int milliseconds, const PairIDs &ids, SyncTrigger trigger) {
     QTimer::singleShot(milliseconds, Qt::PreciseTimer, this, [this, ids, trigger] {
-        if (!stopped)
+        if (!isStopped)
             sync(ids, trigger);
     });
 }

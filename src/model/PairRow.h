@@ -17,6 +17,8 @@ struct PairRow {
     Locations::OneDriveInUse::State oneDrive = Locations::OneDriveInUse::State::NotFound;
     std::optional<std::filesystem::path> backupURL = {}; ///< None when there is no OneDrive folder.
     bool backupExists = false;                           ///< A folder stands at `backupURL`.
+    std::optional<QString> silentPlace = {};             ///< The drive or OneDrive folder that isn't answering.
+    bool isLookedAt = false;                             ///< Before, nothing above is known of the disks.
 
     /// The folder's name; the drive's when the whole drive is backed up.
     QString name() const { return nameOf(pair); }

@@ -4,6 +4,7 @@
 #include "records/VolumeInfo.h"
 #include "store/Locations.h"
 
+#include <QString>
 #include <QUuid>
 
 #include <filesystem>
@@ -19,17 +20,32 @@ struct Surroundings {
         std::optional<Locations::ResolvedFolder> original = {}; ///< none when its drive is not connected
         std::optional<std::filesystem::path> backup = {};       ///< none when there is no OneDrive folder
         bool backupExists = false;                              ///< a folder stands there
+        std::optional<QString> silentPlace = {}; ///< the drive or OneDrive folder that isn't answering; then it is
+                                                 ///< not known whether the pair can be synced
         bool operator==(const Pair &) const = default;
     };
 
     std::vector<VolumeInfo> drives = {};                         ///< in the order of a file browser
     std::vector<Locations::OneDriveFolder> oneDriveFolders = {}; ///< the preferred one first
-    Locations::OneDriveInUse oneDrive = {};                      ///< the folder that backups go to
-    std::optional<std::filesystem::path> mountPointToKeep = {};  ///< of that folder
-    std::map<QUuid, Pair> pairs = {};                            ///< by the ids of the settings' pairs
+    Locations::OneDriveInUse oneDrive = {.state = Locations::OneDriveInUse::State::Unknown}; ///< where backups go to
+    bool oneDriveIsSure = false;                                ///< what has not answered can't make it another one
+    std::optional<std::filesystem::path> mountPointToKeep = {}; ///< of that folder
+    std::map<QUuid, Pair> pairs = {}; ///< by the ids of the settings' pairs; one that has not been looked at is missing
 
     bool operator==(const Surroundings &) const = default;
 
-    /// Looks at everything. Waits for what `disk` waits for.
-    static Surroundings look(const AppConfig &settings, Disk &disk);
+    /// Looks at everything. Where the disks can't tell which OneDrive folder is in use, it is the one of `before`.
+    static Surroundings look(const AppConfig &settings, const Surroundings &before, Disk &disk);
+
+    /// What was found of a pair; nothing of one that has not been looked at.
+    const Pair &of(const FolderPair &pair) const;
+
+    /// What the user should know of the OneDrive folder: why there is none, or that another than the chosen one is
+    /// used.
+    std::optional<QString> oneDriveNotice() const;
+    static QString isNotAnswering(const QString &place);
+
+    /// The settings with the mount of the OneDrive folder in use remembered, so that a later look can tell it from the
+    /// bare mount point.
+    AppConfig withMountPoint(AppConfig settings) const;
 };

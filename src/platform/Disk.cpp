@@ -20,7 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int mostLinks = 40;
 constexpr std::size_t largestText = 1024 * 1024;
 
 /// What a link holds; none for anything else.

@@ -51,6 +51,15 @@ class Disk {
     const MountEntry *holding(const Path &path);
     bool isFolder(const Path &path) { return look(path).isFolder; }
     Path resolved(const Path &path);
+
+    /// How often something could not be told so far because a mount has not answered. What was worked out while this
+    /// grew is a guess.
+    std::size_t unanswered() const { return unansweredCount; }
+
+  protected:
+    static constexpr int mostLinks = 40; ///< followed one after another
+
+    std::size_t unansweredCount = 0;
 };
 
 /// Asks the disks on the calling thread, which waits for them.

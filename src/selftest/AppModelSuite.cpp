@@ -15,6 +15,7 @@ std::string last(const AppModel &model) {
 
 /// The ready folders, whether Sync Now may be pressed, and why there is nothing to sync.
 std::string state(const AppModel &model) {
+    waitForDisks(model);
     std::string text;
     for (const FolderPair &pair : model.readyPairs())
         text += PairRow::nameOf(pair).toStdString() + ' ';
@@ -36,11 +37,12 @@ void folderList(const Fixture &world, AppModel &model) {
          "“Home” can't be backed up from there. Pick a folder inside your home folder or on a connected drive."},
         {world.drive("Photos"), world.oneDrive("New"), "none"}}; // the same folder again
     for (const auto &[original, backup, answer] : rows)
-        eq(model.addPair(original, backup), answer, "adding " + original.native() + " to " + backup.native());
+        eq(added(model, original, backup), answer, "adding " + original.native() + " to " + backup.native());
     eq(model.rows().size(), 2, "a refused folder is not added, and one that is there is not added again");
     const QUuid id = model.config().pairs.at(0).id;
     model.setEnabled(id, false);
-    eq(model.setBackup(id, world.oneDrive("Other")), "none", "choosing another backup folder");
+    const auto another = [&](const AppModel::Answer &done) { model.setBackup(id, world.oneDrive("Other"), done); };
+    eq(answerOf(model, another), "none", "choosing another backup folder");
     check(model.enabledPairs().size() == 2 && Store::loadConfig() == model.config(), "it is ticked and kept");
 }
 
@@ -51,12 +53,14 @@ void readiness(const Fixture &world, AppModel &model) {
     model.setEnabled(model.config().pairs.at(1).id, false);
     eq(state(model), "can't sync, Connect “Passport” to sync.", "only an unplugged drive is left");
     model.sync(std::nullopt, SyncTrigger::manual);
+    waitIdle(model, "a sync of nothing");
     eq(model.message(), "“Photos” was skipped: the drive “Passport” isn't connected.", "why nothing was synced");
     fs::rename(world / "Volumes/.Passport", world.drive());
     model.refreshEnvironment();
     eq(state(model), "Photos can sync, none", "the drive is back");
     fs::remove(world.oneDrive());
     model.refreshEnvironment();
+    waitForDisks(model);
     eq(model.syncBlocker(), "OneDrive wasn't found on this computer. Open Settings to choose your OneDrive folder.",
        "OneDrive is gone");
     model.setEnabled(model.config().pairs.at(0).id, false);
@@ -67,7 +71,7 @@ void readiness(const Fixture &world, AppModel &model) {
 
 void syncNow(const Fixture &world, AppModel &model) {
     int finished = 0;
-    model.onRunFinished = [&](const SyncRun &) { ++finished; };
+    QObject::connect(&model, &AppModel::runFinished, [&] { ++finished; });
     model.sync(std::nullopt, SyncTrigger::manual);
     check(model.busy() && !model.canSync() && !model.syncBlocker(), "a sync runs");
     waitIdle(model, "Sync Now");
@@ -105,7 +109,7 @@ void driveConnected(const Fixture &world, AppModel &model) {
     model.volumeMounted(world.drive());
     settle(1.4);
     eq(model.history().size(), 1, "connecting it again within five minutes starts nothing");
-    model.lastAutoSync[QStringLiteral("name:Passport")] = QDateTime::currentDateTimeUtc().addSecs(-301);
+    model.setLastAutoSync(QStringLiteral("name:Passport"), QDateTime::currentDateTimeUtc().addSecs(-301));
     model.volumeMounted(world.drive());
     waitUntil([&] { return model.history().size() == 2; }, "connecting it five minutes later does");
 }
@@ -122,15 +126,14 @@ void queueAndEject(const Fixture &world, AppModel &model) {
     waitUntil([&] { return model.history().size() == 2; }, "a request during a sync is not lost");
     eq(last(model), "launch (Notes): Everything was already up to date", "the latest automatic request counts");
     fs::remove(world.oneDrive("Photos/large"));
-    model.sync(std::nullopt, SyncTrigger::manual);
+    model.sync(std::nullopt, SyncTrigger::manual, [&](const auto &) { model.volumeWillUnmount(world.drive()); });
     model.sync(std::nullopt, SyncTrigger::launch);
-    model.volumeWillUnmount(world.drive());
     waitIdle(model, "ejecting the drive");
     check(model.history().at(0).cancelled, "ejecting the drive stops the sync");
     const bool isThere = fs::exists(world.oneDrive("Photos/large"));
     eq(Fixture::tree(world.oneDrive("Photos")), isThere ? "a=1 | b=1 | large=30000000 bytes" : "a=1 | b=1",
        "no half copy");
-    model.stopped = true;
+    model.stop();
     settle(2.3);
     eq(model.history().size(), 3, "a model that is stopped starts no queued request");
 }
@@ -160,8 +163,8 @@ void Suites::appModel(const Fixture &world) {
         Fixture::put(world.drive("Photos"), "a=1 | b=1");
         Fixture::put(world.documents("Notes"), "n=1");
         AppModel model;
-        model.addPair(world.drive("Photos"), world.oneDrive("Photos"));
-        model.addPair(world.documents("Notes"), world.oneDrive("Notes"));
+        added(model, world.drive("Photos"), world.oneDrive("Photos"));
+        added(model, world.documents("Notes"), world.oneDrive("Notes"));
         act(world, model);
     }
 }

@@ -1,7 +1,5 @@
 #include "selftest/Checks.h"
 
-#include "model/AppModel.h"
-
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
@@ -57,6 +55,27 @@ void waitUntil(const std::function<bool()> &condition, const std::string &label,
 
 void waitIdle(const AppModel &model, const std::string &label, double seconds) {
     waitUntil([&] { return !model.busy(); }, label + ": the sync finished", seconds);
+}
+
+void waitForDisks(const AppModel &model) {
+    waitUntil([&] { return model.hasLooked() && !model.isLooking(); }, "the disks answer");
+}
+
+std::optional<QString> answerOf(const AppModel &model, const std::function<void(const AppModel::Answer &)> &operation) {
+    std::optional<QString> answer;
+    bool isAnswered = false;
+    operation([&](const std::optional<QString> &refusal) {
+        answer = refusal;
+        isAnswered = true;
+    });
+    waitUntil([&] { return isAnswered; }, "the model answers", 40);
+    waitForDisks(model);
+    return answer;
+}
+
+std::optional<QString> added(AppModel &model, const std::filesystem::path &original,
+                             const std::filesystem::path &backup) {
+    return answerOf(model, [&](const AppModel::Answer &done) { model.addPair(original, backup, done); });
 }
 
 bool printSummary() {

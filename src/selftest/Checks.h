@@ -1,12 +1,14 @@
 #pragma once
 
+#include "model/AppModel.h"
+
 #include <QString>
 
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <type_traits>
-
-class AppModel;
 
 /// The checks of the self-test: counted, and printed where they fail. Texts are UTF-8. Process-wide; for the main
 /// thread.
@@ -53,6 +55,12 @@ void settle(double seconds);
 /// Turns the event loop until `condition` holds, `seconds` at most, and checks that it came to hold.
 void waitUntil(const std::function<bool()> &condition, const std::string &label, double seconds = 25);
 void waitIdle(const AppModel &model, const std::string &label, double seconds = 25);
+/// Waits until the model knows what it has asked the disks.
+void waitForDisks(const AppModel &model);
+/// What an operation of the model answers, once the model knows its effect on the disks.
+std::optional<QString> answerOf(const AppModel &model, const std::function<void(const AppModel::Answer &)> &operation);
+std::optional<QString> added(AppModel &model, const std::filesystem::path &original,
+                             const std::filesystem::path &backup);
 /// Prints how many checks passed and which failed. Returns whether all passed.
 bool printSummary();
 

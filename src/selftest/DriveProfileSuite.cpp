@@ -35,10 +35,10 @@ void plant(const Fixture &world, const std::vector<Store::ProfilePair> &pairs) {
 
 void writing(const Fixture &world) {
     AppModel model;
-    model.addPair(world.documents("Notes"), world.oneDrive("Notes"));
+    added(model, world.documents("Notes"), world.oneDrive("Notes"));
     eq(profile(world), "none", "a drive without chosen folders gets no profile");
-    model.addPair(world.drive("Photos"), world.oneDrive("Photos"));
-    model.addPair(world.drive(), world.oneDrive("All"));
+    added(model, world.drive("Photos"), world.oneDrive("Photos"));
+    added(model, world.drive(), world.oneDrive("All"));
     eq(profile(world), "mine: Photos→Photos | →All", "the profile lists the folders of its drive");
     plant(world, {{u"Photos"_s, u"Photos"_s}, {u""_s, u"All"_s}});
     model.sync(std::nullopt, SyncTrigger::manual);
@@ -58,6 +58,7 @@ void restoring(const Fixture &world) {
     plant(world, {{u"Photos"_s, u"Photos"_s}, {u"Music"_s, u"All/Music"_s, false}});
     AppModel model;
     model.volumeMounted(world.drive());
+    waitForDisks(model);
     eq(told(model.config().pairs), "Photos→Photos | Music→All/Music (off)", "folders come back, ticked as stored");
     eq(model.banner(), "Brought back your folder choices for “Passport”. Check them below.", "the banner says so");
     check(Fixture::logged("Restored 2 folder pair(s) from this computer's own profile on Passport"), "the log says so");
@@ -85,6 +86,7 @@ void belonging(const Fixture &world) {
         model.setConfig({.pairs = {{.volumeUUID = pairKey, .volumeName = pairName}}});
         plant(world, {{u"Photos"_s, u"Photos"_s}});
         model.importProfileIfNeeded({world.drive(), u"Passport"_s, driveKey, {}});
+        waitForDisks(model);
         eq(model.config().pairs.size() == 1, isKnown, std::string("a folder of the drive: ") + situation);
     }
 }

@@ -20,6 +20,7 @@ void Suites::isolation(const Fixture &world) {
 
     Fixture::put(world / "Volumes", "Disk 10/ | disk 2/ | .hidden/ | Passport/Photos/ | file=no drive");
     AppModel model;
+    waitForDisks(model);
     eq(model.connectedDriveNames(), "disk 2 | Disk 10 | Passport", "the folders in Volumes are the drives, sorted");
     const std::tuple<fs::path, bool, bool> rows[] = {{world.drive(), true, true},
                                                      {world.drive("Photos"), false, true},
@@ -32,6 +33,7 @@ void Suites::isolation(const Fixture &world) {
         eq(Store::profileAccessAllowed(place), mayHaveProfile, place.native() + " may carry a profile");
     }
     model.volumeMounted("/media/Passport");
+    waitForDisks(model);
     check(!Fixture::logged("Drive connected: Passport"), "a real drive is none of the test's business");
     check(!fs::exists(world / "Support/config.json"), "looking at the settings writes nothing");
     model.setConfig({.notifications = false});

@@ -4,6 +4,7 @@
 #include "base/Paths.h"
 #include "base/Text.h"
 #include "platform/AtomicFile.h"
+#include "platform/Disk.h"
 #include "platform/FileFacts.h"
 #include "platform/HostIdentity.h"
 #include "platform/MountTable.h"
@@ -47,15 +48,17 @@ FileDescriptor openFolder(int top) {
     return FileDescriptor(::openat(top, folderName, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-std::optional<DriveProfile> readIn(int folder) {
-    const std::optional<std::string> bytes = AtomicFile::read({folder, fileName}, largestProfile, LinkAtEnd::IsMeant);
-    if (!bytes)
-        return std::nullopt;
+std::optional<DriveProfile> parsed(const std::string &bytes) {
     try {
-        return Json::fromBytes<DriveProfile>(QByteArray::fromStdString(*bytes));
+        return Json::fromBytes<DriveProfile>(QByteArray::fromStdString(bytes));
     } catch (const JsonError &) {
         return std::nullopt;
     }
+}
+
+std::optional<DriveProfile> readIn(int folder) {
+    const std::optional<std::string> bytes = AtomicFile::read({folder, fileName}, largestProfile, LinkAtEnd::IsMeant);
+    return bytes ? parsed(*bytes) : std::nullopt;
 }
 
 DriveProfile newProfile(const std::vector<ProfilePair> &pairs) {
@@ -133,10 +136,18 @@ bool hasProfile(const fs::path &volume) {
     return fs::symlink_status(volume / folderName / fileName, error).type() != fs::file_type::not_found && !error;
 }
 
+std::optional<DriveProfile> readProfile(const fs::path &volume, Disk &disk) {
+    const fs::path top = disk.resolved(volume);
+    const MountEntry *mount = disk.holding(top);
+    if (!TestRoot::isActive() && (!mount || mount->mountPoint != top))
+        return std::nullopt;
+    const fs::path file = top / folderName / fileName;
+    return disk.resolved(file) == file ? parsed(disk.text(file)) : std::nullopt;
+}
+
 std::optional<DriveProfile> readProfile(const fs::path &volume) {
-    const FileDescriptor top = openTop(volume);
-    const FileDescriptor folder = openFolder(top.get());
-    return folder ? readIn(folder.get()) : std::nullopt;
+    DirectDisk disk;
+    return readProfile(volume, disk);
 }
 
 void writeProfile(const std::vector<ProfilePair> &pairs, const fs::path &volume) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+class Disk;
 class JsonReader;
 class JsonWriter;
 
@@ -54,6 +55,8 @@ bool profileAccessAllowed(const std::filesystem::path &volume);
 bool hasProfile(const std::filesystem::path &volume);
 
 /// The drive's profile; none when it is missing, behind a link, larger than 1 MiB or can't be understood.
+std::optional<DriveProfile> readProfile(const std::filesystem::path &volume, Disk &disk);
+/// The same, asking at once and waiting.
 std::optional<DriveProfile> readProfile(const std::filesystem::path &volume);
 
 /// Replaces the drive's profile in one step, unless it lists exactly `pairs` already. Nothing is written through a

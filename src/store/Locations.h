@@ -90,7 +90,12 @@ std::vector<fs::path> oneDriveRoots();
 
 /// The folder that backups go to, or why there is none.
 struct OneDriveInUse {
-    enum class State { Ready, NotFound, NotMounted };
+    enum class State {
+        Unknown, ///< the disks have not been looked at, or don't answer
+        Ready,
+        NotFound,
+        NotMounted
+    };
 
     State state = State::NotFound;
     std::optional<fs::path> root = {}; ///< only when ready
@@ -124,9 +129,12 @@ std::optional<QString> oneDriveRefusal(const fs::path &folder, Disk &disk);
 /// given, then standardised, then with links resolved; the answer keeps the capitals of `url`.
 std::optional<QString> relativePath(const fs::path &url, const fs::path &base, Disk &disk);
 
+/// The same by the text of both paths alone.
+std::optional<QString> relativeText(const fs::path &url, const fs::path &base);
+
 /// Whether the two folders are the same or one lies inside the other: as they are written, without regard to case, or
-/// with their links resolved. Looks at both paths on the disk.
-bool overlap(const fs::path &a, const fs::path &b);
+/// with their links resolved.
+bool overlap(const fs::path &a, const fs::path &b, Disk &disk);
 
 struct ResolvedFolder {
     VolumeInfo volume;
@@ -180,6 +188,10 @@ inline std::optional<QString> oneDriveRefusal(const fs::path &folder) {
 inline std::optional<QString> relativePath(const fs::path &url, const fs::path &base) {
     DirectDisk disk;
     return relativePath(url, base, disk);
+}
+inline bool overlap(const fs::path &a, const fs::path &b) {
+    DirectDisk disk;
+    return overlap(a, b, disk);
 }
 inline std::optional<ResolvedFolder> resolveOriginal(const FolderPair &pair, const std::vector<VolumeInfo> &volumes) {
     DirectDisk disk;

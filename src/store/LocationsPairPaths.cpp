@@ -6,7 +6,7 @@ namespace Locations {
 
 namespace {
 
-std::optional<QString> relativeText(const fs::path &url, const fs::path &base) {
+std::optional<QString> relativeAsGiven(const fs::path &url, const fs::path &base) {
     const QString path = Text::fromPath(url);
     QString top = Text::fromPath(base);
     if (path == top)
@@ -21,17 +21,19 @@ std::optional<QString> relativeText(const fs::path &url, const fs::path &base) {
 } // namespace
 
 std::optional<QString> relativePath(const fs::path &url, const fs::path &base, Disk &disk) {
-    if (std::optional<QString> asGiven = relativeText(url, base))
-        return asGiven;
-    const fs::path path = Paths::standardised(url);
-    const fs::path top = Paths::standardised(base);
-    if (std::optional<QString> standard = relativeText(path, top))
-        return standard;
-    return relativeText(disk.resolved(path), disk.resolved(top));
+    if (std::optional<QString> text = relativeText(url, base))
+        return text;
+    return relativeAsGiven(disk.resolved(url), disk.resolved(base));
 }
 
-bool overlap(const fs::path &a, const fs::path &b) {
-    return Paths::overlap(a, b) || Paths::overlap(resolved(a), resolved(b));
+std::optional<QString> relativeText(const fs::path &url, const fs::path &base) {
+    if (std::optional<QString> asGiven = relativeAsGiven(url, base))
+        return asGiven;
+    return relativeAsGiven(Paths::standardised(url), Paths::standardised(base));
+}
+
+bool overlap(const fs::path &a, const fs::path &b, Disk &disk) {
+    return Paths::overlap(a, b) || Paths::overlap(disk.resolved(a), disk.resolved(b));
 }
 
 std::optional<ResolvedFolder> resolveOriginal(const FolderPair &pair, const std::vector<VolumeInfo> &volumes,

@@ -29,16 +29,16 @@ QString AddFolderDraft::summary(const AppModel &model) const {
     const std::optional<Path> target = destination(model);
     if (!source || !target)
         return QStringLiteral("Choose a folder to back up and a name for its folder in OneDrive.");
-    std::error_code ignored;
-    const bool exists = std::filesystem::is_directory(*target, ignored);
     const std::optional<QString> inside = OneDriveText::location(*target, model.oneDriveRoot());
     return QStringLiteral("“") + lastComponent(*source) + QStringLiteral("” will be backed up to ") +
            inside.value_or(Locations::tildePath(*target)) +
-           (exists ? QStringLiteral(".") : QStringLiteral(" (the folder will be created)."));
+           (existing == target ? QStringLiteral(".") : QStringLiteral(" (the folder will be created)."));
 }
 
 QString AddFolderDraft::noOneDrive(const AppModel &model) {
     const Locations::OneDriveInUse oneDrive = model.oneDriveInUse();
+    if (oneDrive.state == Locations::OneDriveInUse::State::Unknown)
+        return OneDriveText::absence(oneDrive.state);
     return oneDrive.state == Locations::OneDriveInUse::State::NotMounted
                ? QStringLiteral("OneDrive isn't mounted (") + Locations::tildePath(*oneDrive.mountPoint) + u')'
                : QStringLiteral("OneDrive wasn't found on this computer");
@@ -56,17 +56,19 @@ void AddFolderDraft::setChosenFolder(const Path &folder) {
     error.reset();
 }
 
-bool AddFolderDraft::add(AppModel &model) {
+void AddFolderDraft::add(AppModel &model, const std::function<void(const std::optional<QString> &)> &done) const {
     const std::optional<Path> target = destination(model);
     if (!source || !target)
-        return false;
-    error = chosenFolder ? std::nullopt : OneDriveNames::folderRefusal(lastComponent(*target));
-    if (!error)
-        error = model.addPair(*source, *target);
-    if (error)
-        return false;
-    model.setBanner(added(lastComponent(*source)));
-    return true;
+        return;
+    if (const std::optional<QString> refusal =
+            chosenFolder ? std::nullopt : OneDriveNames::folderRefusal(lastComponent(*target)))
+        return done(refusal);
+    model.addPair(*source, *target,
+                  [&model, done, name = lastComponent(*source)](const std::optional<QString> &refusal) {
+                      if (!refusal)
+                          model.setBanner(added(name));
+                      done(refusal);
+                  });
 }
 
 QString AddFolderDraft::added(const QString &folder) {

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 class AppModel;
@@ -14,6 +15,7 @@ struct AddFolderDraft {
     std::optional<Path> source = {};       ///< The folder to back up.
     QString name = {};                     ///< Of a new backup folder inside OneDrive.
     std::optional<Path> chosenFolder = {}; ///< An existing backup folder; takes precedence over `name`.
+    std::optional<Path> existing = {};     ///< A folder that is known to stand where the backup would go.
     std::optional<QString> error = {};     ///< The last refusal.
 
     /// Where the backup would go: none while nothing sensible is chosen.
@@ -31,6 +33,6 @@ struct AddFolderDraft {
     /// Takes over a chosen source. The name follows it until an existing backup folder has been picked.
     void setSource(const Path &folder);
     void setChosenFolder(const Path &folder);
-    /// Adds the pair; false with `error` set when it was refused.
-    bool add(AppModel &model);
+    /// Adds the pair. `done` is called once the disks have told whether that can be, with the refusal or none.
+    void add(AppModel &model, const std::function<void(const std::optional<QString> &refusal)> &done) const;
 };

@@ -11,6 +11,7 @@
 
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QPointer>
 
 #include <algorithm>
 
@@ -73,6 +74,7 @@ AddFolderSheet::AddFolderSheet(AppModel &appModel, QWidget *parent)
     layout->addWidget(errorRow = makeErrorRow());
     layout->addStretch(1);
     layout->addWidget(makeButtonRow());
+    connect(&model, &AppModel::changed, this, &AddFolderSheet::render); // OneDrive may come while it is open
     render();
 }
 
@@ -156,6 +158,7 @@ QWidget *AddFolderSheet::makeButtonRow() {
 }
 
 void AddFolderSheet::render() {
+    findOutWhetherTargetExists();
     const std::optional<std::filesystem::path> root = model.oneDriveRoot();
     source->setText(draft.source ? Locations::tildePath(*draft.source) : QStringLiteral("No folder chosen"));
     Labels::setStrength(source, draft.source ? Strength::Primary : Strength::Secondary);
@@ -171,7 +174,7 @@ void AddFolderSheet::render() {
     summary->setText(draft.summary(model));
     errorRow->setVisible(draft.error.has_value());
     errorText->setText(draft.error.value_or(QString()));
-    addButton->setEnabled(draft.canAdd(model));
+    addButton->setEnabled(draft.canAdd(model) && !isAdding);
     errorRow->updateGeometry(); // by itself it tells of its new height too late
     layout()->activate();
     resize(width(), std::max(minimumHeight(), layout()->totalHeightForWidth(width())));
@@ -206,8 +209,26 @@ void AddFolderSheet::chooseExisting() {
 }
 
 void AddFolderSheet::add() {
-    if (draft.add(model))
-        accept();
-    else
-        render();
+    isAdding = true;
+    render();
+    draft.add(model, [sheet = QPointer(this)](const std::optional<QString> &refusal) {
+        if (!sheet)
+            return;
+        sheet->isAdding = false;
+        sheet->draft.error = refusal;
+        refusal ? sheet->render() : sheet->accept();
+    });
+}
+
+void AddFolderSheet::findOutWhetherTargetExists() {
+    const std::optional<std::filesystem::path> target = draft.destination(model);
+    if (!target || target == lookedFor)
+        return;
+    lookedFor = target;
+    model.whetherFolder(*target, [sheet = QPointer(this), target](bool isFolder) {
+        if (!sheet || !isFolder)
+            return;
+        sheet->draft.existing = target;
+        sheet->render();
+    });
 }

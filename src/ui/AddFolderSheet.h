@@ -29,9 +29,12 @@ class AddFolderSheet : public QDialog {
     void chooseSource();
     void chooseExisting();
     void add();
+    void findOutWhetherTargetExists();
 
     AppModel &model;
     AddFolderDraft draft;
+    std::optional<std::filesystem::path> lookedFor; // whether a folder stands there has been asked
+    bool isAdding = false;
     ElidedLabel *source;
     QPushButton *sourceButton;
     QLabel *oneDriveName;

@@ -109,6 +109,8 @@ void FoldersView::renderRows() {
 
 QString FoldersView::oneDriveSubtitle(const AppModel &appModel) {
     const Locations::OneDriveInUse oneDrive = appModel.oneDriveInUse();
+    if (oneDrive.state == Locations::OneDriveInUse::State::Unknown)
+        return OneDriveText::absence(oneDrive.state);
     return oneDrive.root ? QStringLiteral("Backups go into ") + OneDriveText::displayName(*oneDrive.root)
                          : OneDriveText::absence(oneDrive.state) + QStringLiteral(" — see Settings");
 }

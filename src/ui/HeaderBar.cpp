@@ -13,6 +13,8 @@
 namespace HeaderText {
 
 QString drives(const AppModel &model) {
+    if (!model.hasLooked())
+        return QStringLiteral("Looking for drives…");
     const std::vector<QString> names = model.connectedDriveNames();
     if (!names.empty())
         return QStringList(names.begin(), names.end()).join(QStringLiteral(", "));
@@ -20,7 +22,7 @@ QString drives(const AppModel &model) {
 }
 
 bool drivesAreOk(const AppModel &model) {
-    return !model.volumes().empty() || model.hasHomePairs();
+    return !model.hasLooked() || !model.volumes().empty() || model.hasHomePairs();
 }
 
 QString oneDrive(const AppModel &model) {

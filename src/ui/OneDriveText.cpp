@@ -14,12 +14,20 @@ QString displayName(const std::filesystem::path &root) {
 }
 
 QString absence(Locations::OneDriveInUse::State state) {
-    return state == Locations::OneDriveInUse::State::NotMounted ? QStringLiteral("OneDrive not mounted")
-                                                                : QStringLiteral("OneDrive not found");
+    switch (state) {
+    case Locations::OneDriveInUse::State::Unknown:
+        return QStringLiteral("Looking for OneDrive…");
+    case Locations::OneDriveInUse::State::NotMounted:
+        return QStringLiteral("OneDrive not mounted");
+    case Locations::OneDriveInUse::State::NotFound:
+    case Locations::OneDriveInUse::State::Ready:
+        break;
+    }
+    return QStringLiteral("OneDrive not found");
 }
 
 std::optional<QString> location(const std::filesystem::path &folder, const std::optional<std::filesystem::path> &root) {
-    const std::optional<QString> rel = root ? Locations::relativePath(folder, *root) : std::nullopt;
+    const std::optional<QString> rel = root ? Locations::relativeText(folder, *root) : std::nullopt;
     if (!rel || rel->isEmpty())
         return std::nullopt;
     return (QStringList(QStringLiteral("OneDrive")) + rel->split(u'/', Qt::SkipEmptyParts)).join(QStringLiteral(" › "));

@@ -11,7 +11,9 @@
 namespace PairRowText {
 
 QString originalSubtitle(const PairRow &row) {
-    if (!row.connected)
+    if (row.silentPlace)
+        return row.originalSubtitle() + QStringLiteral(" · “") + *row.silentPlace + QStringLiteral("” isn't answering");
+    if (row.isLookedAt && !row.connected)
         return row.originalSubtitle() + QStringLiteral(" · drive not connected");
     if (!row.pair.lastSummary || !row.pair.lastSync)
         return row.originalSubtitle();
@@ -25,15 +27,18 @@ QString backupTitle(const PairRow &row) {
 }
 
 QString backupCaption(const PairRow &row, const std::optional<std::filesystem::path> &oneDriveRoot) {
+    if (!row.backupURL && row.oneDrive == Locations::OneDriveInUse::State::Unknown)
+        return {};
     if (!row.backupURL)
         return row.oneDrive == Locations::OneDriveInUse::State::NotMounted
                    ? QStringLiteral("Start your OneDrive client")
                    : QStringLiteral("Open Settings to choose your OneDrive folder");
     const std::filesystem::path parent = Paths::standardised(*row.backupURL).parent_path();
     QString place = Locations::tildePath(parent);
-    if (oneDriveRoot && Locations::relativePath(parent, *oneDriveRoot))
+    if (oneDriveRoot && Locations::relativeText(parent, *oneDriveRoot))
         place = OneDriveText::location(parent, oneDriveRoot).value_or(QStringLiteral("OneDrive"));
-    return row.backupExists ? place : place + QStringLiteral(" · will be created");
+    const bool isKnown = row.isLookedAt && !row.silentPlace;
+    return row.backupExists || !isKnown ? place : place + QStringLiteral(" · will be created");
 }
 
 QString spoken(const PairRow &row) {
@@ -43,7 +48,7 @@ QString spoken(const PairRow &row) {
 }
 
 double opacity(const PairRow &row) {
-    return !row.connected && !row.pair.enabled ? 0.6 : 1.0;
+    return row.isLookedAt && !row.connected && !row.pair.enabled ? 0.6 : 1.0;
 }
 
 CardLook cardLook(const PairRow &row, bool isHovered, const QPalette &palette) {

@@ -17,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 #include <QTextDocument>
 
 namespace {
@@ -173,14 +174,19 @@ void PairRowView::chooseBackup() {
                QStringLiteral("Back Up Here"), std::move(start), FolderPanel::placesOf(model)});
     if (!chosen)
         return;
-    if (const std::optional<QString> refusal = model.setBackup(row.pair.id, *chosen)) {
-        auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("That folder can't be used"),
-                                      QStringLiteral("That folder can't be used"), QMessageBox::Ok, window());
-        alert->setTextFormat(Qt::PlainText);
-        alert->setInformativeText(Qt::convertFromPlainText(*refusal)); // names come from disks
-        alert->setAttribute(Qt::WA_DeleteOnClose);
-        alert->open();
-    }
+    model.setBackup(row.pair.id, *chosen, [view = QPointer(this)](const std::optional<QString> &refusal) {
+        if (view && refusal)
+            view->tellRefusal(*refusal);
+    });
+}
+
+void PairRowView::tellRefusal(const QString &refusal) {
+    auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("That folder can't be used"),
+                                  QStringLiteral("That folder can't be used"), QMessageBox::Ok, window());
+    alert->setTextFormat(Qt::PlainText);
+    alert->setInformativeText(Qt::convertFromPlainText(refusal)); // names come from disks
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->open();
 }
 
 bool PairRowView::event(QEvent *event) {

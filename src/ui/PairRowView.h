@@ -28,6 +28,7 @@ class PairRowView : public QWidget {
     /// Fills a fresh menu with what can be done with the row now.
     void fillContextMenu(QMenu &menu);
     void chooseBackup();
+    void tellRefusal(const QString &refusal);
 
   protected:
     void contextMenuEvent(QContextMenuEvent *event) override;

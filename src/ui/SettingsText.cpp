@@ -51,8 +51,16 @@ std::optional<QString> oneDriveFolder(const AppModel &model) {
 }
 
 QString noOneDriveFolder(const AppModel &model) {
-    return model.oneDriveInUse().state == Locations::OneDriveInUse::State::NotMounted ? QStringLiteral("Not mounted")
-                                                                                      : QStringLiteral("Not found");
+    switch (model.oneDriveInUse().state) {
+    case Locations::OneDriveInUse::State::Unknown:
+        return QStringLiteral("Looking…");
+    case Locations::OneDriveInUse::State::NotMounted:
+        return QStringLiteral("Not mounted");
+    case Locations::OneDriveInUse::State::NotFound:
+    case Locations::OneDriveInUse::State::Ready:
+        break;
+    }
+    return QStringLiteral("Not found");
 }
 
 std::optional<QString> oneDriveNotice(const AppModel &model) {

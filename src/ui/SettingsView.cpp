@@ -20,6 +20,7 @@
 #include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QMenu>
+#include <QPointer>
 
 #include <utility>
 
@@ -235,8 +236,12 @@ void SettingsView::chooseOneDriveFolder() {
 }
 
 void SettingsView::useOneDriveFolder(const std::optional<std::filesystem::path> &folder) {
-    choiceRefusal = model.chooseOneDrive(folder);
-    render();
+    model.chooseOneDrive(folder, [view = QPointer(this)](const std::optional<QString> &refusal) {
+        if (!view)
+            return;
+        view->choiceRefusal = refusal;
+        view->render();
+    });
 }
 
 void SettingsView::showClients() {

@@ -55,6 +55,8 @@ QColor iconColour(const AppModel &model, const QPalette &palette) {
 }
 
 QString title(const AppModel &model) {
+    if (const std::optional<QString> place = model.awaitedPlace())
+        return QStringLiteral("Waiting for “") + *place + QStringLiteral("”…");
     if (model.busy())
         return isCopying(model) ? QStringLiteral("Syncing “") + model.progress().pairName + QStringLiteral("”…")
                                 : QStringLiteral("Checking for changes…");

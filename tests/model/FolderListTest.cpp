@@ -9,9 +9,9 @@ TEST_F(ModelUnderTest, TheFirstRefusalWinsAndNothingChanges) {
     const fs::path home = tree / "Home", photos = tree / "Volumes/Drive/2024/Photos";
     fs::remove(oneDrive);
     load({});
-    EXPECT_EQ(text(model->addPair(home, home)), "“Home” " + place);
+    EXPECT_EQ(text(addPair(home, home)), "“Home” " + place);
     EXPECT_EQ(
-        text(model->addPair(photos, home)),
+        text(addPair(photos, home)),
         "OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.");
     tree.dir("Home/OneDrive/locked");
     tree.link("Home/all", home);
@@ -37,11 +37,11 @@ TEST_F(ModelUnderTest, TheFirstRefusalWinsAndNothingChanges) {
         {photos, oneDrive / "locked" / "new",
          "Tarnwick can't create a folder in “locked”. Pick a folder you have permission to change."}};
     for (const auto &[original, backup, refusal] : rows)
-        EXPECT_EQ(text(model->addPair(original, backup)), refusal);
-    EXPECT_EQ(text(model->setBackup(QUuid(), home)), "That folder isn't in the list any more.");
-    EXPECT_EQ(text(model->setBackup(id(0), home)), std::get<2>(rows[4]));
-    EXPECT_EQ(text(model->setBackup(id(1), oneDrive)), std::get<2>(rows[3]));
-    EXPECT_EQ(text(model->setBackup(id(2), oneDrive / "none/a")), std::get<2>(rows[7]));
+        EXPECT_EQ(text(addPair(original, backup)), refusal);
+    EXPECT_EQ(text(setBackup(QUuid(), home)), "That folder isn't in the list any more.");
+    EXPECT_EQ(text(setBackup(id(0), home)), std::get<2>(rows[4]));
+    EXPECT_EQ(text(setBackup(id(1), oneDrive)), std::get<2>(rows[3]));
+    EXPECT_EQ(text(setBackup(id(2), oneDrive / "none/a")), std::get<2>(rows[7]));
     EXPECT_EQ(listed(), pairs);
 }
 
@@ -50,8 +50,8 @@ TEST_F(ModelUnderTest, HoldsAnOriginalOnceInTheOrderOfAddition) {
         GTEST_SKIP() << *reason;
     load({});
     for (const char *original : {"Volumes/Drive/2024/Photos", "Home/Notes", "Volumes/Other"})
-        EXPECT_EQ(text(model->addPair(tree / original, oneDrive / "old")), "");
-    EXPECT_EQ(text(model->setBackup(id(2), oneDrive / "other")), "");
+        EXPECT_EQ(text(addPair(tree / original, oneDrive / "old")), "");
+    EXPECT_EQ(text(setBackup(id(2), oneDrive / "other")), "");
     model->setEnabled(id(0), false);
     const QUuid first = id(0);
     int saves = 0;
@@ -60,12 +60,12 @@ TEST_F(ModelUnderTest, HoldsAnOriginalOnceInTheOrderOfAddition) {
             fs::create_hard_link(tree / "Support/config.json", tree / ("before save " + std::to_string(++saves)));
             return 0;
         });
-        EXPECT_EQ(text(model->addPair(tree / "Volumes/Drive/2024/Photos", oneDrive / "new")), "");
+        EXPECT_EQ(text(addPair(tree / "Volumes/Drive/2024/Photos", oneDrive / "new")), "");
     }
     EXPECT_EQ(listed(), (Lines{"+ Drive:2024/Photos > new", "+ This Mac:Notes > old", "+ Other: > other"}));
     EXPECT_TRUE(id(0) == first && saves == 2);
     fs::rename(tree / "before save 2", tree / "Support/config.json");
-    model = std::make_unique<AppModel>();
+    startAnew();
     EXPECT_EQ(text(model->rows()[0].originalSubtitle() + u'|' + model->rows()[0].name()), "Drive › 2024|Photos");
     EXPECT_TRUE(model->rows()[1].number == 2 && model->rows()[1].connected && !model->rows()[1].backupExists);
     model->remove(id(1));

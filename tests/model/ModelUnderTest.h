@@ -18,7 +18,7 @@ class ModelUnderTest : public StoreUnderTest {
     ModelUnderTest() {
         static const auto *const application = new QCoreApplication(
             *new int(1), new char *[2] { program_invocation_name, nullptr });
-        AppModel::readOnly = !application;
+        AppModel::setReadOnly(!application);
         for (const char *folder : {"Volumes/Drive", "Volumes/Other", "Home/OneDrive"})
             tree.dir(folder);
     }
@@ -36,7 +36,47 @@ class ModelUnderTest : public StoreUnderTest {
             config.pairs.push_back({QUuid::createUuid(), part[0] == u'+', home, part[1], part[2], part[3]});
         }
         Store::save(config);
+        startAnew();
+    }
+    void startAnew() {
         model = std::make_unique<AppModel>();
+        settle();
+    }
+    /// Waits until everything that was asked of the disks is answered.
+    void settle() const {
+        EXPECT_TRUE(until([&] { return model->hasLooked() && !model->isLooking(); }));
+    }
+    std::optional<QString> answer(const std::function<void(const AppModel::Answer &done)> &operation) const {
+        std::optional<QString> answered;
+        bool isAnswered = false;
+        operation([&](const std::optional<QString> &refusal) {
+            answered = refusal;
+            isAnswered = true;
+        });
+        EXPECT_TRUE(until([&] { return isAnswered; }));
+        settle();
+        return answered;
+    }
+    std::optional<QString> addPair(const fs::path &original, const fs::path &backup) {
+        return answer([&](const AppModel::Answer &done) { model->addPair(original, backup, done); });
+    }
+    std::optional<QString> setBackup(const QUuid &pair, const fs::path &backup) {
+        return answer([&](const AppModel::Answer &done) { model->setBackup(pair, backup, done); });
+    }
+    std::optional<QString> chooseOneDrive(const std::optional<fs::path> &folder) {
+        return answer([&](const AppModel::Answer &done) { model->chooseOneDrive(folder, done); });
+    }
+    void refresh() {
+        model->refreshEnvironment();
+        settle();
+    }
+    void mountDrive(const fs::path &drive) {
+        model->volumeMounted(drive);
+        settle();
+    }
+    void launch(bool syncIfConnected) {
+        model->start(syncIfConnected);
+        settle();
     }
     Lines listed() const {
         Lines lines;
@@ -48,7 +88,12 @@ class ModelUnderTest : public StoreUnderTest {
     }
     QUuid id(std::size_t index) const { return model->config().pairs.at(index).id; }
     static bool until(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 10'000); }
-    void start() { model->sync(std::nullopt, SyncTrigger::manual); }
+    void start(const AppModel::PairIDs &pairs = std::nullopt) { model->sync(pairs, SyncTrigger::manual); }
+    /// Why a sync is refused; "" when it runs.
+    std::string refusal() {
+        return text(
+            answer([&](const AppModel::Answer &done) { model->sync(std::nullopt, SyncTrigger::manual, done); }));
+    }
     /// The newest run, once no sync is under way; none has an empty id.
     SyncRun run() {
         EXPECT_TRUE(until([&] { return !model->busy(); }));

@@ -13,7 +13,7 @@ class MountedOneDrive : public ModelUnderTest {
         tree.dir("Home/OneDrive-Other");
         mount();
         load({"+ This Mac:Notes > Notes"});
-        model->start(false);
+        launch(false);
     }
     void mount() { mounted.emplace("tmpfs", oneDrive, "tmpfs", "size=900m"); }
     void unmount() { mounted->lazyUnmount(); }
@@ -26,19 +26,18 @@ class MountedOneDrive : public ModelUnderTest {
 TEST_F(MountedOneDrive, NothingIsSyncedOrMadeWhileItIsNotMounted) {
     EXPECT_EQ(kept(), oneDrive);
     unmount();
-    model->refreshEnvironment();
+    refresh();
     EXPECT_EQ(text(model->syncBlocker()), away);
     EXPECT_EQ(text(model->oneDriveNotice()), away);
     EXPECT_FALSE(model->canSync());
     EXPECT_EQ(model->rows().at(0).backupURL, std::nullopt);
-    EXPECT_EQ(text(model->addPair(tree / "Home/Notes", oneDrive / "N")), away);
-    start();
-    EXPECT_EQ(text(model->message()), "“Notes” was skipped: " + away);
+    EXPECT_EQ(text(addPair(tree / "Home/Notes", oneDrive / "N")), away);
+    EXPECT_EQ(refusal(), "“Notes” was skipped: " + away);
     EXPECT_FALSE(model->busy());
     EXPECT_TRUE(fs::is_empty(oneDrive));
     EXPECT_TRUE(fs::is_empty(tree / "Home/OneDrive-Other"));
     EXPECT_EQ(kept(), oneDrive) << "still remembered";
-    model = std::make_unique<AppModel>();
+    startAnew();
     EXPECT_EQ(text(model->syncBlocker()), away) << "after a new start, too";
     mount();
     start();
@@ -48,49 +47,53 @@ TEST_F(MountedOneDrive, NothingIsSyncedOrMadeWhileItIsNotMounted) {
 
 TEST_F(MountedOneDrive, TheSyncAtLaunchRunsWhenTheMountAppears) {
     unmount();
-    model->start(true);
+    launch(true);
     EXPECT_EQ(passDelays(), std::vector{20'000});
-    EXPECT_FALSE(model->busy());
+    run();
     model->mountsChanged();
+    settle();
     EXPECT_FALSE(model->busy()) << "something else was mounted";
     mount();
     model->mountsChanged();
+    settle();
     EXPECT_EQ(run().trigger, SyncTrigger::launch);
     EXPECT_EQ(run().filesCopied, 1);
     model->mountsChanged();
+    settle();
     EXPECT_FALSE(model->busy()) << "once";
     unmount();
-    start();
+    EXPECT_NE(refusal(), "");
     mount();
     model->mountsChanged();
+    settle();
     EXPECT_FALSE(model->busy()) << "what the user wished for is not done behind his back";
 }
 
 TEST_F(MountedOneDrive, ChoosingAnewForgetsTheMount) {
     unmount();
-    model->refreshEnvironment();
-    EXPECT_EQ(text(model->chooseOneDrive(tree / "Home/OneDrive-Other/x")),
+    refresh();
+    EXPECT_EQ(text(chooseOneDrive(tree / "Home/OneDrive-Other/x")),
               "“x” can't be the OneDrive folder: it isn't a folder.");
-    EXPECT_EQ(text(model->chooseOneDrive(tree / "Home")),
+    EXPECT_EQ(text(chooseOneDrive(tree / "Home")),
               "“Home” can't be the OneDrive folder: your home folder is inside it.");
-    EXPECT_EQ(text(model->chooseOneDrive(tree / "Home/\xFF")),
+    EXPECT_EQ(text(chooseOneDrive(tree / "Home/\xFF")),
               "“\uFFFD” can't be the OneDrive folder: its path isn't valid text.");
     EXPECT_EQ(text(model->syncBlocker()), away);
-    EXPECT_EQ(model->chooseOneDrive(tree / "Home/x/../OneDrive-Other/"), std::nullopt);
+    EXPECT_EQ(chooseOneDrive(tree / "Home/x/../OneDrive-Other/"), std::nullopt);
     EXPECT_EQ(model->config().oneDriveRootPath, QString::fromStdString(tree / "Home/OneDrive-Other"));
     EXPECT_EQ(kept(), "");
     EXPECT_TRUE(model->canSync());
-    EXPECT_EQ(model->chooseOneDrive(std::nullopt), std::nullopt);
+    EXPECT_EQ(chooseOneDrive(std::nullopt), std::nullopt);
     EXPECT_EQ(model->oneDriveRoot(), oneDrive) << "now an ordinary folder";
     mount();
-    EXPECT_EQ(model->chooseOneDrive(oneDrive), std::nullopt);
+    EXPECT_EQ(chooseOneDrive(oneDrive), std::nullopt);
     EXPECT_EQ(kept(), oneDrive);
     unmount();
-    EXPECT_EQ(model->chooseOneDrive(oneDrive), std::nullopt);
+    EXPECT_EQ(chooseOneDrive(oneDrive), std::nullopt);
     EXPECT_EQ(kept(), "") << "the same folder, but chosen anew";
     EXPECT_TRUE(model->canSync());
     mount();
-    model->refreshEnvironment();
+    refresh();
     unmount();
     AppConfig config = model->config();
     EXPECT_EQ(text(config.oneDriveMountPoint), oneDrive);
@@ -100,29 +103,29 @@ TEST_F(MountedOneDrive, ChoosingAnewForgetsTheMount) {
 }
 
 TEST_F(MountedOneDrive, WhoOnlyLooksRemembersNothing) {
-    model->chooseOneDrive(tree / "Home/OneDrive-Other");
-    model->chooseOneDrive(std::nullopt);
+    chooseOneDrive(tree / "Home/OneDrive-Other");
+    chooseOneDrive(std::nullopt);
     Store::save(AppConfig{.pairs = model->config().pairs});
-    AppModel::readOnly = true;
-    model = std::make_unique<AppModel>();
-    model->refreshEnvironment();
-    AppModel::readOnly = false;
+    AppModel::setReadOnly(true);
+    startAnew();
+    refresh();
+    AppModel::setReadOnly(false);
     EXPECT_EQ(kept(), "");
 }
 
 TEST_F(ModelUnderTest, ARunIntoAnotherFolderThanTheChosenOneSaysSo) {
     tree.file("Home/Notes/n.txt", "note");
     load({"+ This Mac:Notes > Notes"});
-    model->chooseOneDrive(tree / "Volumes/Other");
+    chooseOneDrive(tree / "Volumes/Other");
     fs::remove(tree / "Volumes/Other");
-    model->refreshEnvironment();
+    refresh();
     const std::string notice = "The chosen OneDrive folder (" + (tree / "Volumes/Other").native() +
                                ") wasn't found, so backups go to ~/OneDrive. Choose your OneDrive folder in Settings.";
     EXPECT_EQ(text(model->oneDriveNotice()), notice);
     start();
     EXPECT_EQ(run().notes, std::vector{QString::fromStdString(notice)});
     fs::remove_all(oneDrive);
-    model->refreshEnvironment();
+    refresh();
     EXPECT_EQ(text(model->syncBlocker()), "OneDrive wasn't found (" + (tree / "Volumes/Other").native() +
                                               "). Start your OneDrive client, or choose your OneDrive folder in "
                                               "Settings.");

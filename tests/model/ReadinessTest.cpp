@@ -21,12 +21,13 @@ TEST_F(ModelUnderTest, WhyNothingCanBeSyncedAndWhatASyncThenSays) {
         tree.dir(hasOneDrive ? "Home/OneDrive" : "Home/Dropbox");
         load(pairs);
         EXPECT_EQ(text(model->syncBlocker()), blocker);
-        start();
+        EXPECT_EQ(refusal(), message);
         EXPECT_EQ(text(model->message()), message);
         EXPECT_EQ(model->canSync(), blocker.empty() && !model->busy());
         EXPECT_EQ(run().id.isNull(), !message.empty());
     }
-    model->sync({{id(0), QUuid::createUuid()}}, SyncTrigger::manual);
+    start({{id(0), QUuid::createUuid()}});
+    run();
     EXPECT_EQ(text(model->message()), "There is nothing to sync right now.");
 }
 
@@ -37,6 +38,7 @@ TEST_F(ModelUnderTest, AChangeIsSavedWhereItDiffers) {
         fs::remove(tree / "Support/config.json");
         fs::remove_all(tree / "Volumes/Drive/.Tarnwick");
         model->setConfig(config);
+        settle();
         EXPECT_TRUE(AppModel::flushProfiles(std::chrono::seconds(10)));
         return tree.snapshot("Support").size() + tree.snapshot("Volumes/Drive").size();
     };
@@ -49,6 +51,6 @@ TEST_F(ModelUnderTest, AChangeIsSavedWhereItDiffers) {
     config.oneDriveRootPath = QString::fromStdString(tree / "Volumes/New");
     EXPECT_TRUE(saved() == 1 && model->volumes().size() == 3 && model->oneDriveRoot() == tree / "Volumes/New");
     fs::remove(tree / "Volumes/New");
-    model->refreshEnvironment();
+    refresh();
     EXPECT_EQ(model->oneDriveRoot(), oneDrive);
 }

@@ -16,13 +16,13 @@ TEST_F(ModelUnderTest, ARunIsRecordedOnceAndNothingThatLeadsOutsideIsSynced) {
     Store::save(old);
     load(list);
     std::size_t finished = 0, i = 0;
-    model->onRunFinished = [&](const SyncRun &run) {
+    QObject::connect(model.get(), &AppModel::runFinished, [&](const SyncRun &run) {
         EXPECT_TRUE(!model->busy() && model->selectedRunID() == run.id && Store::loadConfig().pairs[1].lastOK);
         EXPECT_EQ(model->config().pairs[1].lastSync, run.finished);
         EXPECT_TRUE(AppModel::flushHistory(std::chrono::seconds(10)));
         EXPECT_EQ(Store::loadHistory().at(0).id, run.id);
         ++finished;
-    };
+    });
     EXPECT_EQ(model->history().size(), 65u);
     start();
     EXPECT_EQ(text(run().notes.at(7)), "“A” was skipped: the drive “B” isn't connected."); // behind the runner's own
@@ -33,7 +33,7 @@ TEST_F(ModelUnderTest, ARunIsRecordedOnceAndNothingThatLeadsOutsideIsSynced) {
         list[i++] += result;
     EXPECT_EQ(listed(), list);
     EXPECT_EQ(logged().at(0), "Sync started (manual): in, N, link, M, Blocked");
-    model->sync({{id(1)}}, SyncTrigger::manual);
+    start({{id(1)}});
     EXPECT_TRUE(run().pairNames == std::vector{QStringLiteral("N")} && finished == 2);
 }
 
@@ -47,7 +47,7 @@ TEST_F(ModelUnderTest, OfTheRequestsDuringARunTheLastAutomaticOneIsKept) {
     EXPECT_TRUE(run().trigger == SyncTrigger::driveConnected && run().pairNames.at(0) == QStringLiteral("Other"));
     start();
     model->sync(std::nullopt, SyncTrigger::launch);
-    model->stopped = true;
+    model->stop();
     EXPECT_EQ((run(), passDelays()), std::vector{2000});
     EXPECT_EQ(run().trigger, SyncTrigger::manual);
 }

@@ -11,6 +11,16 @@ class AddFolderDraftTest : public testing::Test {
     SampleWorld world;
     AppModel model;
     AddFolderDraft draft;
+    void SetUp() override { world.look(model); }
+    bool add() {
+        std::optional<bool> isAdded;
+        draft.add(model, [&](const std::optional<QString> &refusal) {
+            draft.error = refusal;
+            isAdded = !refusal;
+        });
+        EXPECT_TRUE(waitFor([&] { return isAdded.has_value(); }));
+        return isAdded.value_or(false);
+    }
     const fs::path photos = world.drive("Backup/Projects/2024/Photos");
 };
 
@@ -35,11 +45,13 @@ TEST_F(AddFolderDraftTest, TheNameFollowsTheSourceUntilAFolderWasPicked) {
     draft.setChosenFolder(world.oneDrive("Backups"));
     draft.setSource(world.drive("Backup/Music"));
     EXPECT_EQ(draft.name, QStringLiteral("Photos"));
+    draft.existing = world.oneDrive("Backups");
     EXPECT_EQ(draft.summary(model), QStringLiteral("“Music” will be backed up to OneDrive › Backups."));
     draft.chosenFolder.reset();
     EXPECT_EQ(draft.summary(model),
               QStringLiteral("“Music” will be backed up to OneDrive › Photos (the folder will be created)."));
     draft.setChosenFolder(world.oneDrive());
+    draft.existing = world.oneDrive();
     EXPECT_EQ(draft.summary(model),
               QStringLiteral("“Music” will be backed up to ~/Library/CloudStorage/OneDrive-Personal."));
 }
@@ -49,16 +61,16 @@ TEST_F(AddFolderDraftTest, ARefusalKeepsTheDraftAndANewChoiceClearsIt) {
                                                "or end with a space). Choose another name.");
     draft.setSource(photos);
     draft.name = QStringLiteral("a:b");
-    EXPECT_FALSE(draft.add(model));
+    EXPECT_FALSE(add());
     EXPECT_EQ(draft.error, nameRefusal);
     draft.setChosenFolder(world.drive("Backup"));
     EXPECT_EQ(draft.error, std::nullopt);
-    EXPECT_FALSE(draft.add(model));
+    EXPECT_FALSE(add());
     EXPECT_EQ(draft.error, QStringLiteral("Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not "
                                           "OneDrive's top folder)."));
     EXPECT_TRUE(model.config().pairs.empty());
     draft.setChosenFolder(world.oneDrive("Backups"));
-    EXPECT_TRUE(draft.add(model));
+    EXPECT_TRUE(add());
     EXPECT_EQ(model.banner(), QStringLiteral("Added “Photos”. Press Sync Now to back it up."));
     EXPECT_EQ(model.config().pairs.at(0).backupRelPath, QStringLiteral("Backups"));
 }

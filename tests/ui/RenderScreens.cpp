@@ -57,13 +57,13 @@ void Series::drawWindow() {
     save(view, "folders-empty");
     world.addTwo(model);
     save(view, "folders-ready");
-    model.addPair(world.drive("Travel/Raw"), world.oneDrive("A long name of a folder that has no room in its cell"));
-    model.addPair(world.drive("Backup/Music"), world.oneDrive("Music"));
+    world.add(model, world.drive("Travel/Raw"), world.oneDrive("A long name of a folder that has no room in its cell"));
+    world.add(model, world.drive("Backup/Music"), world.oneDrive("Music"));
     model.setEnabled(model.config().pairs.at(2).id, false);
     model.setEnabled(model.config().pairs.at(3).id, false);
     model.setBanner(QStringLiteral("Added “Music”. Press Sync Now to back it up."));
     fs::rename(world.drive("Travel"), world.top() / "Travel");
-    model.refreshEnvironment();
+    world.look(model);
     save(view, "folders-unplugged");
     model.setBanner(std::nullopt);
     const std::vector<SyncRun> history = sampleHistory();
@@ -78,7 +78,7 @@ void Series::drawWindow() {
     save(view, "settings");
     model.setTab(MainTab::folders);
     fs::rename(world.oneDrive(), world.top() / "gone");
-    model.refreshEnvironment();
+    world.look(model);
     save(view, "folders-no-onedrive");
     model.setTab(MainTab::settings);
     save(view, "settings-no-onedrive");
@@ -87,7 +87,7 @@ void Series::drawWindow() {
     save(page, "clients");
     model.setTab(MainTab::folders);
     fs::rename(world.top() / "gone", world.oneDrive());
-    model.refreshEnvironment();
+    world.look(model);
     model.showSampleProgress(someProgress());
     save(view, "folders-syncing");
     view.resize(960, 470); // a screen of 960 x 540 without its panel, the title bar and the menu bar

@@ -5,7 +5,13 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 
+#include <gtest/gtest.h>
+
 SampleWorld::SampleWorld() {
+    // The model needs an event loop; where windows are tested there is one already.
+    if (!QCoreApplication::instance())
+        new QCoreApplication(
+            *new int(1), new char *[2] { program_invocation_name, nullptr });
     TestRoot::set(TestRoot::prepare(tree.top()));
     for (const char *file : {"Volumes/Backup/Projects/2024/Photos/a.jpg", "Volumes/Backup/Music/a.mp3",
                              "Volumes/Travel/Raw/a.raw", "Home/Documents/Notes/list.txt"})
@@ -23,8 +29,20 @@ fs::path SampleWorld::oneDrive(const std::string &relative) const {
 }
 
 void SampleWorld::addTwo(AppModel &model) const {
-    model.addPair(drive("Backup/Projects/2024/Photos"), oneDrive("Photos"));
-    model.addPair(home("Documents/Notes"), oneDrive("Backups/Notes"));
+    add(model, drive("Backup/Projects/2024/Photos"), oneDrive("Photos"));
+    add(model, home("Documents/Notes"), oneDrive("Backups/Notes"));
+}
+
+std::optional<QString> SampleWorld::add(AppModel &model, const fs::path &original, const fs::path &backup) const {
+    std::optional<QString> answer = QStringLiteral("not answered");
+    model.addPair(original, backup, [&](const std::optional<QString> &refusal) { answer = refusal; });
+    EXPECT_TRUE(waitFor([&] { return answer != QStringLiteral("not answered") && !model.isLooking(); }));
+    return answer;
+}
+
+void SampleWorld::look(AppModel &model) const {
+    model.refreshEnvironment();
+    EXPECT_TRUE(waitFor([&] { return !model.isLooking(); }));
 }
 
 std::vector<SyncRun> sampleHistory() {

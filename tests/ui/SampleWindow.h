@@ -18,8 +18,12 @@ class SampleWorld {
     fs::path drive(const std::string &relative) const { return top() / "Volumes" / relative; }
     fs::path home(const std::string &relative) const { return top() / "Home" / relative; }
     fs::path oneDrive(const std::string &relative = "") const;
+    /// Adds a folder; why it was refused. The model knows it then.
+    std::optional<QString> add(AppModel &model, const fs::path &original, const fs::path &backup) const;
     /// Adds the folder of the drive "Backup" and the one in the home folder to the list.
     void addTwo(AppModel &model) const;
+    /// Lets the model look again.
+    void look(AppModel &model) const;
 
     TestTree tree;
 };

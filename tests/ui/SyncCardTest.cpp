@@ -28,9 +28,10 @@ class SyncCardTest : public testing::Test {
 };
 
 TEST_F(SyncCardTest, WithoutARunItTellsWhatHappensNext) {
+    world.look(model);
     EXPECT_EQ(icon(), QStringLiteral("externaldrive.badge.questionmark secondary"));
     EXPECT_EQ(SyncCardText::title(model), QStringLiteral("Add a folder to back it up to OneDrive."));
-    model.addPair(world.drive("Backup/Music"), world.oneDrive("Music"));
+    world.add(model, world.drive("Backup/Music"), world.oneDrive("Music"));
     EXPECT_EQ(SyncCardText::title(model), QStringLiteral("Ready to sync 1 folder"));
     EXPECT_EQ(SyncCardText::subtitle(model),
               QStringLiteral("Tarnwick Basic will also sync automatically whenever the drive is connected."));
@@ -40,6 +41,7 @@ TEST_F(SyncCardTest, WithoutARunItTellsWhatHappensNext) {
     EXPECT_EQ(SyncCardText::subtitle(model), QStringLiteral("Automatic sync is off; use Sync Now."));
     EXPECT_EQ(icon(), QStringLiteral("arrow.triangle.2.circlepath accent"));
     model.sync(std::vector{QUuid::createUuid()}, SyncTrigger::manual);
+    EXPECT_TRUE(waitFor([&] { return !model.busy(); }));
     EXPECT_EQ(SyncCardText::subtitle(model), QStringLiteral("There is nothing to sync right now."));
     EXPECT_TRUE(SyncCardText::subtitleIsWarning(model));
 }
@@ -118,13 +120,18 @@ TEST_F(SyncCardTest, RowsChipsAndPlacesInWords) {
     EXPECT_EQ(PairRowText::originalSubtitle(row).count(QStringLiteral("not connected")), 0);
     row.connected = false;
     EXPECT_EQ(PairRowText::originalSubtitle(row), QStringLiteral("This computer › Documents · drive not connected"));
+    row.silentPlace = QStringLiteral("OneDrive");
+    row.backupExists = false;
+    EXPECT_EQ(PairRowText::originalSubtitle(row),
+              QStringLiteral("This computer › Documents · “OneDrive” isn't answering"));
+    EXPECT_EQ(PairRowText::backupCaption(row, root), QStringLiteral("OneDrive › Backups"));
     EXPECT_EQ(PairPalette::colour(3, {}), PairPalette::colour(1, {}));
     EXPECT_EQ(OneDriveText::displayName("/x/OneDrive-Contoso Ltd"), QStringLiteral("OneDrive – Contoso Ltd"));
     EXPECT_EQ(OneDriveText::displayName("/x/OneDrive"), QStringLiteral("OneDrive"));
     EXPECT_EQ(HeaderText::drives(model), QStringLiteral("Backup, Travel"));
     fs::rename(world.drive("Backup"), world.top() / "Backup");
     fs::rename(world.drive("Travel"), world.top() / "Travel");
-    model.refreshEnvironment();
+    world.look(model);
     EXPECT_EQ(HeaderText::drives(model), QStringLiteral("This computer"));
     model.remove(model.config().pairs.at(1).id);
     EXPECT_EQ(HeaderText::drives(model), QStringLiteral("No drive connected"));

@@ -26,6 +26,7 @@ class StatusTextTest : public testing::Test {
 };
 
 TEST_F(StatusTextTest, IdleItTellsWhatIsReadyAndTheLastRun) {
+    world.look(model);
     EXPECT_EQ(shown(), "Tarnwick Basic|Add a folder to back it up to OneDrive.|");
     world.addTwo(model);
     EXPECT_EQ(shown(), "Tarnwick Basic|Ready: 2 folders selected|");
