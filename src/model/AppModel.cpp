@@ -277,8 +277,8 @@ std::optional<QString> AppModel::syncBlocker() const {
         return QStringLiteral("Tick a folder to back it up.");
     if (!hasLooked())
         return QStringLiteral("Looking for your drives and OneDrive…");
-    if (const std::optional<QString> notice = oneDriveNotice(); notice && !oneDriveRoot())
-        return notice;
+    if (const std::optional<QString> absence = oneDriveNotice(); absence && !oneDriveRoot())
+        return absence;
     if (!readyPairs().empty())
         return std::nullopt;
     std::set<QString> names;

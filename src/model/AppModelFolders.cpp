@@ -116,21 +116,21 @@ struct AppModel::Choice {
 /// it is refused. The choice is about `folders`.
 void AppModel::decide(const Judge &judge, Needs needs, const std::vector<Path> &folders,
                       const std::function<void()> &act, const Answer &done) {
-    const auto refusal = std::make_shared<std::optional<QString>>();
+    const auto verdict = std::make_shared<std::optional<QString>>();
     const auto question = [=, this](Disk &disk) {
         const Surroundings now = Surroundings::look(settings, around, disk);
         const std::size_t unanswered = disk.unanswered();
-        *refusal = judge(now, disk);
+        *verdict = judge(now, disk);
         const bool isSure = disk.unanswered() == unanswered && (needs == Needs::Nothing || now.oneDriveIsSure);
         if (!isSure)
-            *refusal = isNotAnswering(folders, disk);
+            *verdict = isNotAnswering(folders, disk);
         return isSure;
     };
     askPatiently(question, [=](bool) {
-        if (!*refusal)
+        if (!*verdict)
             act();
         if (done)
-            done(*refusal);
+            done(*verdict);
     });
 }
 

@@ -167,11 +167,12 @@ void AppModel::sync(const PairIDs &pairIDs, SyncTrigger trigger, Answer begun) {
     noteChange();
     preparing = std::make_shared<Prepared>();
     tellBegun = std::move(begun);
-    const auto question = [this, pairIDs](Disk &disk) {
-        *preparing = Prepared::from(settings, around, pairIDs, disk);
+    const auto request = std::make_shared<const Request>(Request{pairIDs, trigger});
+    const auto question = [this, request](Disk &disk) {
+        *preparing = Prepared::from(settings, around, request->ids, disk);
         return !preparing->awaited;
     };
-    preparation = askPatiently(question, [this, request = Request{pairIDs, trigger}](bool) { begin(request); });
+    preparation = askPatiently(question, [this, request](bool) { begin(*request); });
     longPreparation.start(Lookout::hanging);
 }
 
