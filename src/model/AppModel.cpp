@@ -1,5 +1,6 @@
 #include "model/AppModel.h"
 
+#include "base/Paths.h"
 #include "base/Text.h"
 #include "store/Locations.h"
 #include "store/Store.h"
@@ -235,6 +236,13 @@ std::vector<AppModel::Path> AppModel::oneDriveRoots() const {
     for (const Locations::OneDriveFolder &folder : around.oneDriveFolders)
         roots.push_back(folder.url);
     return roots;
+}
+
+bool AppModel::isAnswering(const Path &path) const {
+    if (around.oneDrive.root && !around.oneDriveIsSure && Paths::isWithin(path, *around.oneDrive.root))
+        return false;
+    return std::none_of(around.silentDrives.begin(), around.silentDrives.end(),
+                        [&](const Path &drive) { return Paths::isWithin(path, drive); });
 }
 
 std::vector<FolderPair> AppModel::enabledPairs() const {

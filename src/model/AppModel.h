@@ -76,6 +76,8 @@ class AppModel : public QObject {
     void setConfig(const AppConfig &value);
     /// Connected external drives in the order of a file browser.
     const std::vector<VolumeInfo> &volumes() const { return around.drives; }
+    /// False for what lies on a drive or in the OneDrive folder that isn't answering: whoever opens it waits.
+    bool isAnswering(const Path &path) const;
     /// OneDrive folders found, the preferred one first.
     const std::vector<Locations::OneDriveFolder> &oneDriveFolders() const { return around.oneDriveFolders; }
     /// Their places alone.

@@ -56,6 +56,10 @@ Surroundings Surroundings::look(const AppConfig &settings, const Surroundings &b
     now.drives = Locations::externalVolumes(disk);
     // Otherwise the mount table lists them, and one that doesn't answer is there.
     const bool drivesAreSure = !TestRoot::isActive() || disk.unanswered() == 0;
+    for (const VolumeInfo &drive : now.drives) {
+        if (!disk.look(drive.url).isAnswered)
+            now.silentDrives.insert(drive.url);
+    }
     const std::size_t unanswered = disk.unanswered();
     now.oneDriveFolders = Locations::oneDriveFolders(disk);
     now.oneDrive =

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <vector>
 
 /// What the disks hold of what matters to the settings, as it was at one look. A value: everything that is shown and
@@ -26,6 +27,7 @@ struct Surroundings {
     };
 
     std::vector<VolumeInfo> drives = {};                         ///< in the order of a file browser
+    std::set<std::filesystem::path> silentDrives = {};           ///< the top folders of those that aren't answering
     std::vector<Locations::OneDriveFolder> oneDriveFolders = {}; ///< the preferred one first
     Locations::OneDriveInUse oneDrive = {.state = Locations::OneDriveInUse::State::Unknown}; ///< where backups go to
     bool oneDriveIsSure = false;                                ///< what has not answered can't make it another one

@@ -24,6 +24,12 @@ QString SyncRun::headline() const {
                              : phrases.join(QStringLiteral(" · "));
 }
 
+void SyncRun::addError(const QString &line, const QString &path) {
+    errorPaths.resize(errors.size());
+    errors.push_back(line);
+    errorPaths.push_back(path);
+}
+
 void SyncRun::toJson(JsonWriter &out) const {
     out.beginObject();
     out.member("bytesCopied", bytesCopied);
@@ -31,6 +37,8 @@ void SyncRun::toJson(JsonWriter &out) const {
     out.member("changes", changes);
     out.member("changesOmitted", changesOmitted);
     out.member("conflicts", conflicts);
+    if (!errorPaths.empty())
+        out.member("errorPaths", errorPaths);
     out.member("errors", errors);
     out.member("fatal", fatal);
     out.member("filesCopied", filesCopied);
@@ -61,6 +69,7 @@ SyncRun SyncRun::fromJson(const JsonReader &in) {
             .keptNewer = in.required<std::vector<QString>>("keptNewer"),
             .conflicts = in.required<std::vector<QString>>("conflicts"),
             .errors = in.required<std::vector<QString>>("errors"),
+            .errorPaths = in.optional<std::vector<QString>>("errorPaths").value_or(std::vector<QString>()),
             .notes = in.required<std::vector<QString>>("notes"),
             .changes = in.required<std::vector<ChangeRecord>>("changes"),
             .changesOmitted = in.required<std::int64_t>("changesOmitted"),

@@ -27,6 +27,7 @@ struct SyncRun {
     std::vector<QString> keptNewer = {};    ///< One line per file left alone because OneDrive's is newer.
     std::vector<QString> conflicts = {};    ///< One line per name clash.
     std::vector<QString> errors = {};       ///< One line per problem.
+    std::vector<QString> errorPaths = {};   ///< What the line at the same place is about; "" or missing when unknown.
     std::vector<QString> notes = {};        ///< Explanations that are no problems.
     std::vector<ChangeRecord> changes = {}; ///< Copies in the order made, as far as recorded.
     std::int64_t changesOmitted = 0;        ///< Copies made beyond the recorded ones.
@@ -42,6 +43,8 @@ struct SyncRun {
 
     void toJson(JsonWriter &out) const;
 
-    /// All keys but `fatal` are required. Fails with JsonError.
+    void addError(const QString &line, const QString &path);
+
+    /// All keys but `fatal` and `errorPaths` are required. Fails with JsonError.
     static SyncRun fromJson(const JsonReader &in);
 };

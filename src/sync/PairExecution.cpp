@@ -72,9 +72,10 @@ void PairExecution::makeFolders() {
                 ++context.run.foldersCreated;
         } catch (const std::exception &) {
             ++result.errors;
-            context.run.errors.push_back(job.name + u'/' + Text::fromBytes(PairPlan::rel(folder.folder)) +
-                                         QStringLiteral(": couldn't create folder (") +
-                                         describe(std::current_exception()).text + u')');
+            context.run.addError(job.name + u'/' + Text::fromBytes(PairPlan::rel(folder.folder)) +
+                                     QStringLiteral(": couldn't create folder (") +
+                                     describe(std::current_exception()).text + u')',
+                                 Text::fromPath(job.original / PairPlan::rel(folder.folder)));
             // Without a backup folder nothing else can be made, and only where the drive has gone is there more to say.
             hasNoPlace = !planned.backup.isOpen() && planned.backupParent.isInPlace();
             if (hasNoPlace) {
@@ -303,7 +304,7 @@ PairExecution::Next PairExecution::settleFailure(const PlannedCopy &copy, const 
 
 void PairExecution::addError(const PlannedCopy &copy, const QString &text) {
     ++result.errors;
-    context.run.errors.push_back(shownPath(copy) + QStringLiteral(": ") + text);
+    context.run.addError(shownPath(copy) + QStringLiteral(": ") + text, Text::fromPath(plan.from(copy)));
 }
 
 PairExecution::Next PairExecution::end(const Ending &ending) {
@@ -365,8 +366,9 @@ void PairExecution::finish() {
     const int flushError = pipeline.flushPublished();
     if (flushError != 0 && !context.run.fatal) {
         ++result.errors;
-        context.run.errors.push_back(job.name + QStringLiteral(": the copies couldn't be written down for good (") +
-                                     Fmt::systemError(flushError) + u')');
+        context.run.addError(job.name + QStringLiteral(": the copies couldn't be written down for good (") +
+                                 Fmt::systemError(flushError) + u')',
+                             Text::fromPath(job.backup));
     }
     const bool cancelled = context.token.isCancelled();
     if (result.errors == 0 && !context.run.fatal && !cancelled) {

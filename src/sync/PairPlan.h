@@ -69,6 +69,7 @@ class PairPlan {
     std::vector<QString> keptNewer;
     std::vector<QString> conflicts;
     std::vector<QString> problems;
+    std::vector<Path> problemPaths; ///< the folder or file that the problem at the same place is about
     std::int64_t upToDate = 0;
     std::int64_t skippedLinks = 0;
     std::vector<PlannedLeftover> staleTemps;

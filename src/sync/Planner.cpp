@@ -211,13 +211,12 @@ std::optional<Listing> Planner::list(Side side) {
     try {
         const FileDescriptor folder = OpenBelow::folder(anchor.descriptor(), relative);
         if (side == Side::Original && isBackupFolder(folder.get())) {
-            plan.problems.push_back(levelName(side) +
-                                    QStringLiteral(": this is the backup folder itself, so it was skipped"));
+            addProblem(side, QStringLiteral(": this is the backup folder itself, so it was skipped"));
             return std::nullopt;
         }
         listing = Lister::list(folder.get(), links, temporaries);
     } catch (const std::system_error &error) {
-        addProblem(side, error.code().value());
+        addUnreadable(side, error.code().value());
         return std::nullopt;
     }
     if (side == Side::Original)
@@ -235,13 +234,20 @@ bool Planner::isBackupFolder(int descriptor) const {
     return facts && facts->device == backupTop->facts().device && facts->inode == backupTop->facts().inode;
 }
 
-void Planner::addProblem(Side side, int error) {
+/// A problem with the level under way.
+void Planner::addProblem(Side side, const QString &what) {
+    plan.problems.push_back(levelName(side) + what);
+    plan.problemPaths.push_back(side == Side::Original ? originalTop->path() / originalRel
+                                                       : backupTop->path() / backupRel);
+}
+
+void Planner::addUnreadable(Side side, int error) {
     const QString detail = error == ETIMEDOUT
                                ? QStringLiteral("OneDrive didn't respond (it may still be downloading this folder)")
                                : Fmt::systemError(error);
-    plan.problems.push_back(levelName(side) + QStringLiteral(": couldn't read ") +
-                            (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
-                            QStringLiteral(" of this folder, so it was skipped. ") + detail);
+    addProblem(side, QStringLiteral(": couldn't read ") +
+                         (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
+                         QStringLiteral(" of this folder, so it was skipped. ") + detail);
 }
 
 /// What a problem calls the level under way: its relative path, at the top the folder's own name.

@@ -42,7 +42,8 @@ class Planner {
     bool descend(const Entry &entry, std::string_view backupName, bool backupExists);
     std::optional<Listing> list(Side side);
     bool isBackupFolder(int descriptor) const;
-    void addProblem(Side side, int error);
+    void addProblem(Side side, const QString &what);
+    void addUnreadable(Side side, int error);
     QString levelName(Side side) const;
     const PlanFolder *record();
     QString pathOf(const Entry &entry) const;

@@ -65,8 +65,8 @@ void addPlan(SyncRun &run, const SyncJob &job, const PairPlan &plan) {
         run.keptNewer.push_back(job.name + u'/' + line);
     for (const QString &line : plan.conflicts)
         run.conflicts.push_back(job.name + u'/' + line);
-    for (const QString &line : plan.problems)
-        run.errors.push_back(job.name + QStringLiteral(": ") + line);
+    for (std::size_t i = 0; i < plan.problems.size(); ++i)
+        run.addError(job.name + QStringLiteral(": ") + plan.problems[i], Text::fromPath(plan.problemPaths[i]));
     addSkipped(run, job, plan);
     if (plan.refusedByClients.count > 0)
         run.notes.push_back(job.name + QStringLiteral(": ") + PlanText::mayNotReachTheCloud(plan));

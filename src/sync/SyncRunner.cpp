@@ -101,7 +101,7 @@ void SyncRunner::plan(const SyncJob &job) {
 }
 
 void SyncRunner::turnAway(const SyncJob &job, const QString &line, const std::optional<QString> &note) {
-    run.errors.push_back(line);
+    run.addError(line, Text::fromPath(job.original));
     run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1, .note = note});
 }
 

@@ -186,10 +186,10 @@ void AddFolderSheet::chooseSource() {
         start = draft.source->parent_path();
     else if (!model.volumes().empty())
         start = model.volumes().front().url;
-    const std::optional<std::filesystem::path> chosen =
-        FolderPanel::choose(this, {QStringLiteral("Choose a Folder to Back Up"),
-                                   QStringLiteral("Choose a folder in your home folder or on a connected drive."),
-                                   QStringLiteral("Choose"), start, FolderPanel::placesOf(model)});
+    const std::optional<std::filesystem::path> chosen = FolderPanel::choose(
+        this, {QStringLiteral("Choose a Folder to Back Up"),
+               QStringLiteral("Choose a folder in your home folder or on a connected drive."), QStringLiteral("Choose"),
+               FolderPanel::startAt(start, model), FolderPanel::placesOf(model)});
     if (chosen)
         draft.setSource(*chosen);
     render();
@@ -199,10 +199,10 @@ void AddFolderSheet::chooseExisting() {
     const std::optional<std::filesystem::path> root = model.oneDriveRoot();
     if (!root)
         return;
-    const std::optional<std::filesystem::path> chosen =
-        FolderPanel::choose(this, {QStringLiteral("Choose the Backup Folder"),
-                                   QStringLiteral("Choose the folder inside OneDrive where this backup should go."),
-                                   QStringLiteral("Back Up Here"), *root, FolderPanel::placesOf(model)});
+    const std::optional<std::filesystem::path> chosen = FolderPanel::choose(
+        this, {QStringLiteral("Choose the Backup Folder"),
+               QStringLiteral("Choose the folder inside OneDrive where this backup should go."),
+               QStringLiteral("Back Up Here"), FolderPanel::startAt(*root, model), FolderPanel::placesOf(model)});
     if (chosen)
         draft.setChosenFolder(*chosen);
     render();

@@ -50,7 +50,12 @@ std::vector<std::filesystem::path> placesOf(const AppModel &model) {
         places.push_back(*root);
     for (const VolumeInfo &drive : model.volumes())
         places.push_back(drive.url);
+    std::erase_if(places, [&](const std::filesystem::path &place) { return !model.isAnswering(place); });
     return places;
+}
+
+std::filesystem::path startAt(const std::filesystem::path &wanted, const AppModel &model) {
+    return model.isAnswering(wanted) ? wanted : Locations::homeURL();
 }
 
 void answerWith(Chooser chooser) {

@@ -21,8 +21,12 @@ struct Request {
     std::vector<std::filesystem::path> places; ///< Offered at its side, where it is Qt's own.
 };
 
-/// The places where folders to back up and backups lie: the home folder, OneDrive and the drives.
+/// The places where folders to back up and backups lie: the home folder, OneDrive and the drives, as far as they
+/// answer.
 std::vector<std::filesystem::path> placesOf(const AppModel &model);
+
+/// Where to begin: at `wanted`, at home if that isn't answering.
+std::filesystem::path startAt(const std::filesystem::path &wanted, const AppModel &model);
 
 /// Shows the panel, modal to `parent`; none when it was cancelled. New folders can be made in it.
 std::optional<std::filesystem::path> choose(QWidget *parent, const Request &request);

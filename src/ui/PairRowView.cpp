@@ -167,11 +167,11 @@ void PairRowView::contextMenuEvent(QContextMenuEvent *event) {
 
 void PairRowView::chooseBackup() {
     const std::optional<std::filesystem::path> root = model.oneDriveRoot();
-    std::filesystem::path start = row.backupURL ? row.backupURL->parent_path() : root.value_or("");
+    const std::filesystem::path start = row.backupURL ? row.backupURL->parent_path() : root.value_or("");
     const std::optional<std::filesystem::path> chosen = FolderPanel::choose(
         this, {QStringLiteral("Choose Backup Folder"),
                QStringLiteral("Where in OneDrive should “") + row.name() + QStringLiteral("” be backed up?"),
-               QStringLiteral("Back Up Here"), std::move(start), FolderPanel::placesOf(model)});
+               QStringLiteral("Back Up Here"), FolderPanel::startAt(start, model), FolderPanel::placesOf(model)});
     if (!chosen)
         return;
     model.setBackup(row.pair.id, *chosen, [view = QPointer(this)](const std::optional<QString> &refusal) {

@@ -57,6 +57,14 @@ class Builder {
             line(texts[i], symbol, tint);
     }
 
+    void problems(const SyncRun &run) {
+        const std::size_t first = items.size() + 1; // behind the header
+        lines(counted(QStringLiteral("Problems"), run.errors.size()), run.errors, "exclamationmark.triangle",
+              Tint::Warning);
+        for (std::size_t i = 0; first + i < items.size() && i < run.errorPaths.size(); ++i)
+            items[first + i].path = run.errorPaths[i];
+    }
+
     void nameSkips(const std::vector<const SkippedItem *> &skips) {
         if (skips.empty())
             return;
@@ -150,8 +158,7 @@ std::vector<Item> items(const SyncRun &run) {
         builder.header(QStringLiteral("Stopped"));
         builder.line(*run.fatal, "xmark.octagon.fill", Tint::Danger);
     }
-    builder.lines(counted(QStringLiteral("Problems"), run.errors.size()), run.errors, "exclamationmark.triangle",
-                  Tint::Warning);
+    builder.problems(run);
     builder.lines(QStringLiteral("Notes"), run.notes, "info.circle", Tint::Secondary);
     builder.lines(counted(QStringLiteral("Needs your attention"), run.conflicts.size()), run.conflicts,
                   "questionmark.diamond", Tint::Warning);

@@ -330,6 +330,7 @@ TEST_F(WindowTest, TheNoticeOfAnAddedFolderEndsWithItsSyncAlone) {
 TEST_F(WindowTest, TheFilesOfARunHaveAMenu) {
     SyncRun run = sampleHistory().at(0);
     run.changes.at(0).path = QStringLiteral("/c/a.jpg");
+    run.errorPaths = {QStringLiteral("/e/IMG_0042.jpg")}; // of the first of two
     for (SkippedItem &skip : run.skipped)
         skip.path = QStringLiteral("/o/") + skip.relPath;
     QStringList paths;
@@ -344,8 +345,9 @@ TEST_F(WindowTest, TheFilesOfARunHaveAMenu) {
         menu.actions().last()->trigger();
         paths.append(QApplication::clipboard()->text());
     }
-    EXPECT_EQ(paths, (QStringList{QStringLiteral("/o/2024/Why?.jpg"), QStringLiteral("/o/End "),
-                                  QStringLiteral("/o/run.bat"), QStringLiteral("/c/a.jpg")}));
+    EXPECT_EQ(paths,
+              (QStringList{QStringLiteral("/e/IMG_0042.jpg"), QStringLiteral("/o/2024/Why?.jpg"),
+                           QStringLiteral("/o/End "), QStringLiteral("/o/run.bat"), QStringLiteral("/c/a.jpg")}));
 }
 
 TEST_F(WindowTest, TheFolderPanelOffersHomeOneDriveAndTheDrives) {

@@ -43,6 +43,7 @@ class Application(unittest.TestCase):
         self.addCleanup(lambda: print(self.desktop.log()))  # for whoever reads why a test failed
 
     def close_window(self):
+        wait_for("the keyboard", self.desktop.has_keyboard)
         subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
         gone = wait_for("the window's end or the notice", lambda: (not self.desktop.windows() and "gone") or
                         (self.desktop.node("label", "Tarnwick Basic keeps running") and "notice"))

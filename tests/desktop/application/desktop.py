@@ -159,6 +159,10 @@ class Desktop:
         return any("Iconic" in subprocess.run(["xprop", "-id", window, "WM_STATE"], capture_output=True,
                                               text=True).stdout for window in found)
 
+    def has_keyboard(self):
+        found = subprocess.run(["xdotool", "getwindowfocus", "getwindowname"], capture_output=True, text=True)
+        return "Tarnwick" in found.stdout
+
     def window_ids(self):
         return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "Tarnwick Basic"], capture_output=True,
                               text=True).stdout.split()
