@@ -43,10 +43,17 @@ class Application(unittest.TestCase):
         self.addCleanup(lambda: print(self.desktop.log()))  # for whoever reads why a test failed
 
     def close_window(self):
+        def answer():
+            return ((not self.desktop.windows() and "gone") or
+                    (self.desktop.node("label", "Tarnwick Basic keeps running") and "notice"))
+
+        def press():
+            # A key that comes before the window knows that it has the keyboard is lost.
+            subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
+            return wait_for("an answer", answer, patience=1, may_fail=True)
+
         wait_for("the keyboard", self.desktop.has_keyboard)
-        subprocess.run(["xdotool", "key", "ctrl+w"], check=True)
-        gone = wait_for("the window's end or the notice", lambda: (not self.desktop.windows() and "gone") or
-                        (self.desktop.node("label", "Tarnwick Basic keeps running") and "notice"))
+        gone = wait_for("the window's end or the notice", press)
         if gone == "notice":
             self.desktop.press("push button", "Close Window")
             wait_for("the window's end", lambda: not self.desktop.windows())
