@@ -153,8 +153,8 @@ class AppModel : public QObject {
     /// Uses this OneDrive folder from now on; none lets it be detected. What was remembered of an earlier folder's
     /// mount is forgotten.
     void chooseOneDrive(const std::optional<Path> &folder, Answer done = {});
-    /// Whether a folder stands there; false when that isn't answered.
-    void whetherFolder(const Path &path, std::function<void(bool isFolder)> answer);
+    /// Whether a folder stands there; none when that isn't answered.
+    void whetherFolder(const Path &path, std::function<void(std::optional<bool> isFolder)> answer);
 
     // Drives
 

@@ -230,12 +230,14 @@ void AppModel::chooseOneDrive(const std::optional<Path> &folder, Answer done) {
     decide(judge, Needs::Nothing, chosen ? std::vector{*chosen} : std::vector<Path>(), act, done);
 }
 
-void AppModel::whetherFolder(const Path &path, std::function<void(bool)> answer) {
+void AppModel::whetherFolder(const Path &path, std::function<void(std::optional<bool>)> answer) {
     const auto isFolder = std::make_shared<bool>(false);
     askPatiently(
         [isFolder, path](Disk &disk) {
             *isFolder = disk.isFolder(path);
             return false;
         },
-        [isFolder, answer = std::move(answer)](bool) { answer(*isFolder); });
+        [isFolder, answer = std::move(answer)](bool isAnswered) {
+            answer(isAnswered ? std::optional(*isFolder) : std::nullopt);
+        });
 }

@@ -32,7 +32,7 @@ QString AddFolderDraft::summary(const AppModel &model) const {
     const std::optional<QString> inside = OneDriveText::location(*target, model.oneDriveRoot());
     return QStringLiteral("“") + lastComponent(*source) + QStringLiteral("” will be backed up to ") +
            inside.value_or(Locations::tildePath(*target)) +
-           (existing == target ? QStringLiteral(".") : QStringLiteral(" (the folder will be created)."));
+           (missing == target ? QStringLiteral(" (the folder will be created).") : QStringLiteral("."));
 }
 
 QString AddFolderDraft::noOneDrive(const AppModel &model) {

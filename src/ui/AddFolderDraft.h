@@ -15,7 +15,7 @@ struct AddFolderDraft {
     std::optional<Path> source = {};       ///< The folder to back up.
     QString name = {};                     ///< Of a new backup folder inside OneDrive.
     std::optional<Path> chosenFolder = {}; ///< An existing backup folder; takes precedence over `name`.
-    std::optional<Path> existing = {};     ///< A folder that is known to stand where the backup would go.
+    std::optional<Path> missing = {};      ///< A place where it is known that no folder stands.
     std::optional<QString> error = {};     ///< The last refusal.
 
     /// Where the backup would go: none while nothing sensible is chosen.

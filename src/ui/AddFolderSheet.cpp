@@ -225,10 +225,10 @@ void AddFolderSheet::findOutWhetherTargetExists() {
     if (!target || target == lookedFor)
         return;
     lookedFor = target;
-    model.whetherFolder(*target, [sheet = QPointer(this), target](bool isFolder) {
-        if (!sheet || !isFolder)
+    model.whetherFolder(*target, [sheet = QPointer(this), target](std::optional<bool> isFolder) {
+        if (!sheet || isFolder != false)
             return;
-        sheet->draft.existing = target;
+        sheet->draft.missing = target;
         sheet->render();
     });
 }

@@ -45,13 +45,12 @@ TEST_F(AddFolderDraftTest, TheNameFollowsTheSourceUntilAFolderWasPicked) {
     draft.setChosenFolder(world.oneDrive("Backups"));
     draft.setSource(world.drive("Backup/Music"));
     EXPECT_EQ(draft.name, QStringLiteral("Photos"));
-    draft.existing = world.oneDrive("Backups");
     EXPECT_EQ(draft.summary(model), QStringLiteral("“Music” will be backed up to OneDrive › Backups."));
     draft.chosenFolder.reset();
+    draft.missing = world.oneDrive("Photos");
     EXPECT_EQ(draft.summary(model),
               QStringLiteral("“Music” will be backed up to OneDrive › Photos (the folder will be created)."));
     draft.setChosenFolder(world.oneDrive());
-    draft.existing = world.oneDrive();
     EXPECT_EQ(draft.summary(model),
               QStringLiteral("“Music” will be backed up to ~/Library/CloudStorage/OneDrive-Personal."));
 }
