@@ -576,6 +576,7 @@ TEST_F(WindowTest, AnOpenWindowTakesOverTheOtherScheme) {
             click(*each, QStringLiteral("Add Folder")); // refused for its name
             each->setFocus();
         }
+        EXPECT_TRUE(waitFor([&] { return !model.isLooking(); })); // whether the folder is there
         QCoreApplication::processEvents();
         EXPECT_TRUE(sheet.grab().toImage() == freshSheet.grab().toImage());
     }
