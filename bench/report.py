@@ -15,16 +15,25 @@ HEADINGS = ("Case", "Program", "Median", "Min–max", "CPU", "Peak", "Ours / it"
 
 
 def machine_facts(volumes, bench, contenders):
+    return machine() | {
+        "file system": volumes.describe(),
+        "program": bench.program,
+        "versions": {contender: bench.version(contender) for contender in contenders},
+    }
+
+
+def machine():
     return {
         "date": datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC"),
         "processor": fact("/proc/cpuinfo", "model name") or platform.machine(),
         "cores": len(os.sched_getaffinity(0)),
         "memory": f"{int(fact('/proc/meminfo', 'MemTotal').split()[0]) * 1024 / 1e9:.1f} GB",
         "kernel": f"{platform.system()} {platform.release()}",
-        "file system": volumes.describe(),
-        "program": bench.program,
-        "versions": {contender: bench.version(contender) for contender in contenders},
     }
+
+
+def machine_line(facts):
+    return "{processor}, {cores} cores, {memory} of memory, {kernel}; {date}.".format_map(facts)
 
 
 def fact(path, key):
@@ -84,17 +93,18 @@ def megabytes(count):
     return f"{count / 1e6:.0f} MB"
 
 
-def text_table(results):
-    lines = [HEADINGS] + [row for result in results for row in rows(result)]
-    widths = [max(len(line[column]) for line in lines) for column in range(len(HEADINGS))]
+def aligned(headings, lines):
+    lines = [headings, *lines]
+    widths = [max(len(line[column]) for line in lines) for column in range(len(headings))]
     padded = [[cell.ljust(width) for cell, width in zip(line, widths)] for line in lines]
     return "\n".join("  ".join(cells).rstrip() for cells in padded)
 
 
-def markdown_table(results):
-    rule = ["---"] * 2 + ["---:"] * 6 + ["---"]
-    lines = [HEADINGS, rule] + [row for result in results for row in rows(result)]
-    return "\n".join("| " + " | ".join(line) + " |" for line in lines)
+def markdown(headings, lines):
+    """With the figures to the right."""
+    is_figure = [any(line[column].lstrip("≤ ")[:1].isdigit() for line in lines) for column in range(len(headings))]
+    rule = ["---:" if figure else "---" for figure in is_figure]
+    return "\n".join("| " + " | ".join(line) + " |" for line in [headings, rule, *lines])
 
 
 def remarks(results, facts, scale, runs):
@@ -109,14 +119,12 @@ def remarks(results, facts, scale, runs):
             f"The backup is on {result['place']}."
         )
     yield NOTES
-    machine = "{processor}, {cores} cores, {memory} of memory, {kernel}; {date}."
-    yield machine.format_map(facts)
+    yield machine_line(facts)
     yield f"File system: {facts['file system']}."
     yield "Versions: " + "; ".join(f"{name}: {version}" for name, version in facts["versions"].items()) + "."
 
 
-def render(results, facts, scale, runs, markdown):
-    lines = list(remarks(results, facts, scale, runs))
-    if markdown:
-        return markdown_table(results) + "\n\n" + "\n".join(f"- {line}" for line in lines)
-    return text_table(results) + "\n\n" + "\n".join(lines)
+def render(results, facts, scale, runs, is_markdown):
+    table = (markdown if is_markdown else aligned)(HEADINGS, [row for result in results for row in rows(result)])
+    mark = "- " if is_markdown else ""
+    return "\n".join([table, "", *(mark + line for line in remarks(results, facts, scale, runs))])

@@ -9,11 +9,13 @@ import re
 import signal
 import subprocess
 import sys
+import time
 import unittest
 
 import dbus
 
 from desktop import APPLICATION, Desktop, FileManager, NotificationServer, wait_for
+from waits import HANGS, SlowMount, Watch, Windows
 
 PROGRAM = os.path.abspath(sys.argv[1])
 PROFILE = """{"app": "Tarnwick Basic", "machine": "0123456789abcdef", "savedBy": "Old Mac",
@@ -179,7 +181,7 @@ class Application(unittest.TestCase):
         self.assertFalse(desktop.windows())
         self.assertEqual(desktop.run("--action", "show-activity").returncode, 0)
         wait_for("the window", desktop.windows)
-        os.kill(self.holder(), signal.SIGTERM)
+        os.kill(self.desktop.holder(), signal.SIGTERM)
 
     def test_started_by_hand_after_boot(self):
         desktop = self.desktop
@@ -191,20 +193,17 @@ class Application(unittest.TestCase):
             application = desktop.start(*just_booted, stdin=subprocess.DEVNULL)
             del os.environ[token]
             wait_for("the window", desktop.windows)
-            os.kill(self.holder(), signal.SIGTERM)
+            os.kill(self.desktop.holder(), signal.SIGTERM)
             application.wait(10)
         terminal = desktop.start("script", "-qec", " ".join(just_booted), "/dev/null", stdin=subprocess.DEVNULL)
         wait_for("the window", desktop.windows)
-        os.kill(self.holder(), signal.SIGTERM)
+        os.kill(self.desktop.holder(), signal.SIGTERM)
         terminal.wait(10)
         self.assertNotIn("at login", desktop.log())
         desktop.start(*just_booted, stdin=subprocess.DEVNULL)
         wait_for("the start", lambda: "started at login\n" in desktop.log())
         self.assertFalse(desktop.windows())
-        os.kill(self.holder(), signal.SIGTERM)
-
-    def holder(self):
-        return int((self.desktop.settings_folder / "tarnwick-basic.lock").read_text().split()[0])
+        os.kill(self.desktop.holder(), signal.SIGTERM)
 
     def test_sync_is_handed_over(self):
         desktop = self.desktop
@@ -452,6 +451,120 @@ class Application(unittest.TestCase):
         desktop.press("push button", "Show Settings Folder")
         wait_for("the word that it failed", lambda: desktop.node("label", "That couldn't be opened"))
 
+    def test_slow_disk(self):
+        desktop = self.desktop
+        for name in ("Notes", "Letters", "Photos", "Films"):
+            desktop.add(name, {"a.txt": "one"})
+        with SlowMount(desktop.home.parent / "stored", desktop.cloud) as cloud, self.watched() as watched:
+            cloud.answer_after(0.1)
+            application = watched.start()
+            watched.all_actions(cloud)
+            wait_for("readiness", lambda: desktop.node("label", "Ready to sync 4 folders"))
+            watched.action("Sync Now", lambda: subprocess.run(["xdotool", "key", "ctrl+s"], check=True),
+                           lambda: "Sync started" in desktop.log(), 60)
+            watched.end(application)
+            watched.end(watched.start())
+
+    def test_hung_disk(self):
+        desktop, stored = self.desktop, self.desktop.home.parent
+        slow = SlowMount(stored / "slow", desktop.home / "Slow")
+        with slow, SlowMount(stored / "cloud", desktop.cloud) as cloud, self.watched() as watched:
+            desktop.add("Slow", {"a.txt": "one"})
+            desktop.add("Notes", {"b.txt": "two"})
+            slow.answer_after(HANGS)
+            application = watched.start()
+            wait_for("a request that is held back", slow.holds)
+            wait_for("the reason", lambda: desktop.node("label", "This computer · “Slow” isn't answering"))
+            command = desktop.start(PROGRAM, "--sync", stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+            watched.all_actions(slow)
+            # What lies on disks that answer is synced, and what doesn't is told.
+            self.assertEqual(command.communicate(timeout=60)[0],
+                             "1 file copied (3 bytes)\n“Slow” was skipped: “Slow” isn't answering.\n")
+            self.assertEqual((stored / "cloud/Notes/b.txt").read_text(), "two")
+            watched.settle("the sync's end")
+            cloud.answer_after(HANGS)
+            lines = desktop.start(PROGRAM, "--list", stdout=subprocess.PIPE, text=True).stdout
+            began = time.monotonic()
+            for name, place in (("Slow", "Slow"), ("Notes", "OneDrive-Test")):
+                self.assertIn(f"OneDrive-Test/{name} · “{place}” isn't answering", lines.readline())
+            self.assertLess(time.monotonic() - began, 10)
+            watched.end(application)
+            application = watched.start()
+            wait_for("the reason", lambda: desktop.node("label", "This computer · “OneDrive-Test” isn't answering"))
+            watched.all_actions(cloud)
+            # As soon as they answer, without anybody's doing anything.
+            for mount in (slow, cloud):
+                mount.answer_after(0)
+            wait_for("readiness", lambda: desktop.node("label", "This computer") and
+                     not desktop.node("label", re.compile("isn't answering")))
+            subprocess.run(["xdotool", "key", "ctrl+s"], check=True)
+            wait_for("the copy", (stored / "cloud/Slow/a.txt").exists)
+            watched.end(application)
+
+    def test_disk_that_takes_its_time(self):
+        """What was to be synced is synced after eight seconds without an answer."""
+        desktop, top = self.desktop, self.desktop.home.parent
+
+        def hang_for_eight_seconds(*mounts):
+            wait_for("nothing, for eight seconds", lambda: False, 8, may_fail=True)
+            for mount in mounts:
+                self.assertGreater(mount.holds(), 0)
+                mount.answer_after(0)
+
+        def write(name):
+            (top / "first/Photos" / name).write_text("one")
+            (top / "second/Films" / name).write_text("two")
+
+        def wait_for_copies(trigger, *copies):
+            wait_for(f"the sync ({trigger})", lambda: all((desktop.cloud / copy).exists() for copy in copies))
+            record = wait_for("its record", lambda: desktop.history()[0]["trigger"] == trigger and desktop.history()[0])
+            self.assertEqual((record["errors"], record["notes"], record.get("fatal")), ([], [], None))
+
+        for folder in (top / "first/Photos", top / "second/Films"):
+            folder.mkdir(parents=True)
+        for folder in ("/media", "/mnt"):
+            subprocess.run(["mount", "-t", "tmpfs", "tmpfs", folder], check=True)
+        with SlowMount(top / "first", "/mnt/First") as first:
+            with SlowMount(top / "second", "/mnt/Second"):
+                for original in ("/mnt/First/Photos", "/mnt/Second/Films"):
+                    added = desktop.run("--add", original, desktop.cloud / pathlib.Path(original).name)
+                    self.assertEqual((added.returncode, added.stderr), (0, ""))
+            application = desktop.launch()
+            wait_for("the first run", lambda: desktop.settings()["hasCompletedFirstRun"])
+            application.terminate()
+            self.assertEqual(application.wait(10), 0)
+            write("a.txt")
+            first.answer_after(HANGS)
+            began = time.monotonic()
+            application = desktop.launch("--login")
+            wait_for("the start", lambda: "started at login\n" in desktop.log())
+            with SlowMount(top / "second", "/mnt/Second", HANGS) as second:
+                hang_for_eight_seconds(first, second)
+                wait_for_copies("driveConnected", "Films/a.txt")
+                write("b.txt")
+                wait_for("nothing, until shortly before the sync at the start", lambda: False,
+                         began + 17 - time.monotonic(), may_fail=True)
+                self.assertFalse((desktop.cloud / "Photos").exists())
+                for mount in (first, second):
+                    mount.answer_after(HANGS)
+                hang_for_eight_seconds(first, second)
+                wait_for_copies("launch", "Photos/a.txt", "Photos/b.txt", "Films/b.txt")
+                write("c.txt")
+                for mount in (first, second):
+                    mount.answer_after(HANGS)
+                self.assertEqual(desktop.run("--action", "sync-now").returncode, 0)
+                hang_for_eight_seconds(first, second)
+                wait_for_copies("manual", "Photos/c.txt", "Films/c.txt")
+                application.terminate()
+                self.assertEqual(application.wait(10), 0)
+
+    @contextlib.contextmanager
+    def watched(self):
+        self.desktop.start_panel()
+        wait_for("the panel", self.desktop.work_area)
+        with Windows() as windows, Watch() as watch:
+            yield Watched(self, windows, watch)
+
     def test_drive(self):
         desktop, server = self.desktop, NotificationServer(self.desktop.bus)
         desktop.start_panel()
@@ -501,6 +614,56 @@ Drive disconnected: Fotos März
 """)
             desktop.choose("Quit Tarnwick Basic")
             wait_for("the end", lambda: not desktop.item())
+
+
+class Watched:
+    """The application under a watch on its main thread, which must never wait for a disk. The limits are generous, for
+    machines under load: whoever waits for the disks of these tests waits for many seconds."""
+
+    longest_wait = 1  # seconds
+    start_limit = 3
+    quit_limit = 2
+
+    def __init__(self, test, windows, watch):
+        self.test, self.desktop, self.windows, self.watch = test, test.desktop, windows, watch
+
+    def start(self):
+        self.watch.begin()
+        self.before = self.windows.now()
+        application = self.desktop.launch()
+        self.watch.follow(application.pid)
+        wait_for("the window in time", lambda: self.windows.now() - self.before, self.start_limit)
+        wait_for("its word where it can be reached", lambda: self.desktop.holder() == application.pid, self.start_limit)
+        self.watch.call(self.desktop.lock)
+        self.settle("the start")
+        return application
+
+    def settle(self, action):
+        self.test.assertTrue(self.watch.wait_until_at_rest(self.longest_wait + 10, quiet=0.3), f"a rest after {action}")
+        slept, unanswered, where = self.watch.longest()
+        self.test.assertLess(slept, self.longest_wait, f"{action}: asleep in {where}")
+        self.test.assertLess(unanswered, self.longest_wait, f"{action}: calls left without an answer")
+
+    def action(self, name, act, has_come=lambda: True, patience=5):
+        self.watch.begin()
+        act()
+        wait_for(name, has_come, patience)
+        self.settle(name)
+
+    def all_actions(self, mount):
+        desktop = self.desktop
+        for tab in ("Activity", "Settings", "Folders"):
+            self.action(tab, lambda tab=tab: desktop.press("radio button", tab), lambda tab=tab: desktop.is_chosen(tab))
+        asked = mount.asked()
+        self.action("the tray menu", lambda: self.test.assertTrue(desktop.open_menu()))
+        self.action("a second start", lambda: self.test.assertEqual(desktop.run().returncode, 0))
+        wait_for("a look at the disk", lambda: mount.holds() or mount.asked() > asked)
+
+    def end(self, application):
+        """Until another start would be the first one again; the process itself may still have to wait for an answer."""
+        application.terminate()
+        wait_for("the end in time", lambda: not self.windows.now() - self.before and self.desktop.is_free(),
+                 self.quit_limit)
 
 
 class Drive:
@@ -553,7 +716,7 @@ class Drive:
 
 
 if __name__ == "__main__":
-    if sys.argv[2] == "test_drive" and "IN_OWN_NAMESPACE" not in os.environ:
+    if sys.argv[2] in ("test_drive", "test_disk_that_takes_its_time") and "IN_OWN_NAMESPACE" not in os.environ:
         if os.geteuid() != 0:
             sys.exit("[  SKIPPED ] drives can be plugged in by root only")
         os.environ["IN_OWN_NAMESPACE"] = "1"

@@ -1,6 +1,8 @@
 """A desktop of its own for one test: a display, a session bus, a window manager, a home folder; and what the test wants
 of a panel, a notification server and a file manager."""
 
+import contextlib
+import fcntl
 import json
 import os
 import pathlib
@@ -138,6 +140,24 @@ class Desktop:
     def settings_folder(self):
         return self.home / ".local/share/Tarnwick Basic"
 
+    @property
+    def lock(self):
+        return self.settings_folder / "tarnwick-basic.lock"
+
+    def holder(self):
+        """The process that has said in the lock where it can be reached; none when none has so far."""
+        words = self.lock.read_text().split() if self.lock.exists() else []
+        return int(words[0]) if words else None
+
+    def is_free(self):
+        """Whether a start would find no other: neither the name on the bus is taken nor the lock."""
+        if self.bus.name_has_owner("org.tarnwick.Basic"):
+            return False
+        with open(self.lock, "rb") as lock, contextlib.suppress(BlockingIOError):
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            return True
+        return False
+
     def settings(self):
         return json.loads((self.settings_folder / "config.json").read_text())
 
@@ -198,6 +218,15 @@ class Desktop:
                 entries[label if label != "---" else f"--- {len(entries)}"] = {**properties, "id": number}
         return entries
 
+    def open_menu(self, patience=PATIENCE):
+        """As a panel does; whether that was answered in time."""
+        menu = self.bus.get_object(self.item(), "/MenuBar", introspect=False)
+        interface = {"dbus_interface": "com.canonical.dbusmenu", "timeout": patience}
+        with contextlib.suppress(dbus.DBusException):
+            menu.AboutToShow(0, **interface)
+            return bool(menu.GetLayout(0, -1, ["label"], **interface))
+        return False
+
     def choose(self, label):
         number = self.menu()[label]["id"]
         self.menu_object.Event(number, "clicked", "", dbus.UInt32(0), dbus_interface="com.canonical.dbusmenu")
@@ -205,14 +234,18 @@ class Desktop:
     # What a screen reader finds
 
     def node(self, role, name):
+        """By its name, or by a pattern that is found in it."""
         import pyatspi
+
+        def is_meant(node):
+            is_named = name.search(node.name) if isinstance(name, re.Pattern) else node.name == name
+            return is_named and node.getRoleName() == role and node.getState().contains(pyatspi.STATE_SHOWING)
 
         def below(node):
             for child in node:
                 if child is None:
                     continue
-                if child.getRoleName() == role and child.name == name and \
-                        child.getState().contains(pyatspi.STATE_SHOWING):
+                if is_meant(child):
                     return child
                 if found := below(child):
                     return found
@@ -222,6 +255,11 @@ class Desktop:
             if application and "arnwick" in application.name and (found := below(application)):
                 return found
         return None
+
+    def is_chosen(self, tab):
+        import pyatspi
+
+        return wait_for(tab, lambda: self.node("radio button", tab)).getState().contains(pyatspi.STATE_CHECKED)
 
     def press(self, role, name):
         wait_for(name, lambda: self.node(role, name)).queryAction().doAction(0)
