@@ -240,6 +240,7 @@ TEST_F(WindowTest, RowsAreTickedSyncedAndRemoved) {
     EXPECT_TRUE(comesToShow(QStringLiteral("Last sync: ") + Fmt::when(model.history().at(0).finished) +
                             QStringLiteral(" · 1 file copied (7 bytes)")));
 
+    EXPECT_TRUE(comesToShow(QStringLiteral("OneDrive"))); // the backup stands there now
     auto *row = view.findChildren<PairRowView *>().at(0);
     QMenu menu;
     row->fillContextMenu(menu);
