@@ -514,7 +514,8 @@ class Application(unittest.TestCase):
 
         def wait_for_copies(trigger, *copies):
             wait_for(f"the sync ({trigger})", lambda: all((desktop.cloud / copy).exists() for copy in copies))
-            record = wait_for("its record", lambda: desktop.history()[0]["trigger"] == trigger and desktop.history()[0])
+            record = wait_for("its record", lambda: next(
+                (run for run in desktop.history()[:1] if run["trigger"] == trigger), None))
             self.assertEqual((record["errors"], record["notes"], record.get("fatal")), ([], [], None))
 
         for folder in (top / "first/Photos", top / "second/Films"):
