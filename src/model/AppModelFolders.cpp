@@ -96,11 +96,15 @@ std::optional<QString> backupFolderProblem(const fs::path &url, Disk &disk) {
     return std::nullopt;
 }
 
-/// The first of these folders that hasn't answered, in words.
+/// Which disk hasn't answered, in words: that of the first of these folders for which it holds.
 QString isNotAnswering(const std::vector<fs::path> &folders, Disk &disk) {
     const auto silent = std::find_if(folders.begin(), folders.end(),
                                      [&](const fs::path &folder) { return !disk.look(folder).isAnswered; });
-    return Surroundings::isNotAnswering(silent == folders.end() ? QStringLiteral("OneDrive") : lastComponent(*silent));
+    if (silent == folders.end())
+        return Surroundings::isNotAnswering(QStringLiteral("OneDrive"));
+    const MountEntry *mount = disk.mounts().covering(disk.resolved(*silent));
+    const bool isOwn = mount && mount->mountPoint != "/";
+    return Surroundings::isNotAnswering(lastComponent(isOwn ? mount->mountPoint : *silent));
 }
 
 } // namespace

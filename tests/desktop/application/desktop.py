@@ -63,7 +63,15 @@ class Desktop:
                                                                f"--address=unix:path={runtime}/bus")
         self.bus = dbus.SessionBus(mainloop=dbus.mainloop.glib.DBusGMainLoop())
         self.start("openbox")
+        # A window that asks to be shown while the window manager is still starting can be forgotten by it.
+        wait_for("the window manager", self.has_window_manager)
         return self
+
+    @staticmethod
+    def has_window_manager():
+        """Its list of windows is the last thing that it makes when it starts."""
+        told = subprocess.run(["xprop", "-root", "_NET_CLIENT_LIST"], capture_output=True, text=True).stdout
+        return "(WINDOW)" in told
 
     def __exit__(self, *_):
         for child in reversed(self.children):
