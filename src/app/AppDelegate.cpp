@@ -56,6 +56,11 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::followModel() {
     connect(&model, &AppModel::changed, statusItem.get(), &StatusItem::update);
     connect(&model, &AppModel::progressChanged, statusItem.get(), &StatusItem::update);
+    // Whoever comes back to the window may have done something about a disk in the meantime.
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive)
+            model.refreshEnvironment();
+    });
     connect(&model, &AppModel::runFinished, this, [this](const SyncRun &run) { runFinished(run); });
     connect(&model, &AppModel::stoppedForEject, this, [this](const std::filesystem::path &drive) { ejected = drive; });
 }
