@@ -93,7 +93,9 @@ TEST_F(ModelUnderTest, WhatGoesDuringASync) {
         gone == "the model" ? model.reset() : model->volumeWillUnmount(tree / gone);
         released = true;
         released.notify_all();
-        EXPECT_TRUE(model ? until([&] { return !model->busy(); }) : until([&] { return threads() == before; }));
+        // Without a model nobody tells of the end; other threads, which looked at the disks, may end at the same time.
+        const auto isOver = [&] { return tree.read("Home/OneDrive/A/file") == "new" && threads() <= before; };
+        EXPECT_TRUE(model ? until([&] { return !model->busy(); }) : until(isOver));
         EXPECT_EQ(tree.read("Home/OneDrive/A/file"), isUsed ? "old" : "new") << gone;
     }
     QCoreApplication::processEvents();
