@@ -6,7 +6,6 @@
 #include "app/StatusText.h"
 #include "app/Version.h"
 #include "app/Windows.h"
-#include "base/Paths.h"
 #include "desktop/LoginItem.h"
 #include "desktop/Notifier.h"
 #include "model/AppModel.h"
@@ -18,7 +17,6 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include <algorithm>
 #include <utility>
 
 AppDelegate::AppDelegate(ModelSession &modelSession, Launch how)
@@ -178,18 +176,11 @@ void AppDelegate::runFinished(const SyncRun &run) {
 }
 
 void AppDelegate::notify(const SyncRun &run) {
-    const VolumeInfo *drive = ejected ? driveAt(*ejected) : nullptr;
+    const VolumeInfo *drive = ejected ? model.driveAt(*ejected) : nullptr;
     if (drive)
         Notifier::post(StatusText::canBeEjected(drive->name), run.headline());
     else if (run.trigger != SyncTrigger::manual || !userSeesTheWindow())
         Notifier::post(StatusText::notificationTitle(run), run.headline());
-}
-
-const VolumeInfo *AppDelegate::driveAt(const std::filesystem::path &folder) const {
-    const std::vector<VolumeInfo> &drives = model.volumes();
-    const auto found = std::find_if(drives.begin(), drives.end(),
-                                    [&](const VolumeInfo &drive) { return Paths::standardised(drive.url) == folder; });
-    return found == drives.end() ? nullptr : &*found;
 }
 
 void AppDelegate::applicationShouldTerminate() {

@@ -18,7 +18,6 @@ class MainWindow;
 class ModelSession;
 class QMessageBox;
 struct SyncRun;
-struct VolumeInfo;
 
 /// The application around the model: launch, status item, window, notifications, and the question before quitting. For
 /// the main thread.
@@ -67,7 +66,6 @@ class AppDelegate : public QObject {
     void followModel();
     void runFinished(const SyncRun &run);
     void notify(const SyncRun &run);
-    const VolumeInfo *driveAt(const std::filesystem::path &folder) const;
     void openForTest();
     bool userSeesTheWindow() const;
     void askBeforeQuitting();

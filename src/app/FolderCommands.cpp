@@ -33,7 +33,7 @@ QString readiness(const PairRow &row) {
     if (!row.pair.enabled)
         return QStringLiteral("not ticked");
     if (row.silentPlace)
-        return QStringLiteral("“") + *row.silentPlace + QStringLiteral("” isn't answering");
+        return Surroundings::silence(*row.silentPlace);
     if (!row.connected)
         return QStringLiteral("the drive “") + row.pair.volumeName + QStringLiteral("” isn't connected");
     switch (row.oneDrive) {

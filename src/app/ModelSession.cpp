@@ -45,18 +45,17 @@ void endOnExit() {
     AppModel &model = AppModel::shared();
     model.stop();
     model.cancelSync();
+    const auto begin = std::chrono::steady_clock::now();
+    const auto deliverWhile = [&](const auto &condition, std::chrono::milliseconds limit) {
+        while (condition() && std::chrono::steady_clock::now() - begin < limit) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            QCoreApplication::sendPostedEvents();
+        }
+    };
     std::optional<bool> answer;
     model.whetherItsDisksAnswer(endOfPatience, [&](bool isAnswered) { answer = isAnswered; });
-    const auto begin = std::chrono::steady_clock::now();
-    const auto lasts = [&](std::chrono::milliseconds limit) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        QCoreApplication::sendPostedEvents();
-        return std::chrono::steady_clock::now() - begin < limit;
-    };
-    while (!answer && lasts(endOfPatience)) {
-    }
-    while (answer == true && model.busy() && lasts(endOfRun)) {
-    }
+    deliverWhile([&] { return !answer; }, endOfPatience);
+    deliverWhile([&] { return answer == true && model.busy(); }, endOfRun);
     writeEverythingDown(answer == true);
     ::_exit(EXIT_FAILURE); // other threads still use what static destructors would take away
 }
@@ -110,7 +109,7 @@ void ModelSession::startModel(const std::function<bool()> &isStopped) {
 }
 
 void ModelSession::waitForDisks() {
-    while (!model().hasLooked() || model().isLooking())
+    while (model().isLooking())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
@@ -154,16 +153,17 @@ void ModelSession::endEvenOnExit() {
 }
 
 void ModelSession::end(int exitStatus) {
-    model().stop();
-    model().cancelSync();
+    AppModel &app = model();
+    app.stop();
+    app.cancelSync();
     const bool areAnswering = unfinishedDisksAnswer();
-    for (std::chrono::milliseconds waited{}; areAnswering && model().busy() && waited < endOfRun; waited += slice)
+    for (std::chrono::milliseconds waited{}; areAnswering && app.busy() && waited < endOfRun; waited += slice)
         settle(static_cast<int>(slice.count()));
     if (!AppModel::isReadOnly())
         writeEverythingDown(areAnswering);
     endsOnExit = false;
     leave();
-    if (model().busy()) {
+    if (app.busy()) {
         std::fflush(nullptr);
         ::_exit(Console::finish(exitStatus));
     }

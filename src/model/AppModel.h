@@ -64,8 +64,8 @@ class AppModel : public QObject {
     void refreshEnvironment(std::function<void()> then = {});
     /// Whether a first look is back. Before, nothing is known of the disks.
     bool hasLooked() const { return looksTold > 0; }
-    /// Whether somebody waits for the disks: a look has been asked for and isn't back, or an operation has not
-    /// answered.
+    /// Whether somebody waits for the disks, as from the beginning: a look has been asked for and isn't back, or an
+    /// operation has not answered.
     bool isLooking() const;
 
     // State
@@ -78,6 +78,8 @@ class AppModel : public QObject {
     const std::vector<VolumeInfo> &volumes() const { return around.drives; }
     /// False for what lies on a drive or in the OneDrive folder that isn't answering: whoever opens it waits.
     bool isAnswering(const Path &path) const;
+    /// The one with this top folder; null when none is connected there.
+    const VolumeInfo *driveAt(const Path &top) const;
     /// OneDrive folders found, the preferred one first.
     const std::vector<Locations::OneDriveFolder> &oneDriveFolders() const { return around.oneDriveFolders; }
     /// Their places alone.

@@ -50,11 +50,16 @@ void AppModel::volumeMounted(const Path &url) {
     refreshEnvironment([this, url] { driveCame(url); });
 }
 
-void AppModel::driveCame(const Path &url) {
-    const auto mounted = std::find_if(around.drives.begin(), around.drives.end(), [&](const VolumeInfo &drive) {
-        return Paths::standardised(drive.url) == Paths::standardised(url);
+const VolumeInfo *AppModel::driveAt(const Path &top) const {
+    const auto found = std::find_if(around.drives.begin(), around.drives.end(), [&](const VolumeInfo &drive) {
+        return Paths::standardised(drive.url) == Paths::standardised(top);
     });
-    if (mounted == around.drives.end())
+    return found == around.drives.end() ? nullptr : &*found;
+}
+
+void AppModel::driveCame(const Path &url) {
+    const VolumeInfo *mounted = driveAt(url);
+    if (!mounted)
         return;
     const VolumeInfo drive = *mounted;
     Log::shared().write(QStringLiteral("Drive connected: ") + drive.name);
@@ -122,9 +127,7 @@ void AppModel::mountsChanged() {
 }
 
 void AppModel::volumeUnmounted(const Path &url) {
-    const bool isKnown = std::any_of(around.drives.begin(), around.drives.end(),
-                                     [&](const VolumeInfo &drive) { return drive.url == url; });
-    if (isKnown)
+    if (driveAt(url))
         Log::shared().write(QStringLiteral("Drive disconnected: ") + Text::fromBytes(Paths::lastComponent(url)));
     refreshEnvironment();
 }

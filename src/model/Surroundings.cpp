@@ -89,8 +89,8 @@ const Surroundings::Pair &Surroundings::of(const FolderPair &pair) const {
     return at == pairs.end() ? nothing : at->second;
 }
 
-QString Surroundings::isNotAnswering(const QString &place) {
-    return QStringLiteral("“") + place + QStringLiteral("” isn't answering.");
+QString Surroundings::silence(const QString &place) {
+    return QStringLiteral("“") + place + QStringLiteral("” isn't answering");
 }
 
 AppConfig Surroundings::withMountPoint(AppConfig settings) const {

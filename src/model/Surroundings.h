@@ -45,7 +45,10 @@ struct Surroundings {
     /// What the user should know of the OneDrive folder: why there is none, or that another than the chosen one is
     /// used.
     std::optional<QString> oneDriveNotice() const;
-    static QString isNotAnswering(const QString &place);
+    /// That a place isn't answering, as part of a line.
+    static QString silence(const QString &place);
+    /// The same as a sentence.
+    static QString isNotAnswering(const QString &place) { return silence(place) + u'.'; }
 
     /// The settings with the mount of the OneDrive folder in use remembered, so that a later look can tell it from the
     /// bare mount point.

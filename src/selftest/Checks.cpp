@@ -58,7 +58,7 @@ void waitIdle(const AppModel &model, const std::string &label, double seconds) {
 }
 
 void waitForDisks(const AppModel &model) {
-    waitUntil([&] { return model.hasLooked() && !model.isLooking(); }, "the disks answer");
+    waitUntil([&] { return !model.isLooking(); }, "the disks answer");
 }
 
 std::optional<QString> answerOf(const AppModel &model, const std::function<void(const AppModel::Answer &)> &operation) {

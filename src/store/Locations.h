@@ -181,10 +181,6 @@ inline std::optional<fs::path> mountPointToKeep(const fs::path &folder) {
     DirectDisk disk;
     return mountPointToKeep(folder, disk);
 }
-inline std::optional<QString> oneDriveRefusal(const fs::path &folder) {
-    DirectDisk disk;
-    return oneDriveRefusal(folder, disk);
-}
 inline std::optional<QString> relativePath(const fs::path &url, const fs::path &base) {
     DirectDisk disk;
     return relativePath(url, base, disk);

@@ -4,6 +4,7 @@
 #include "base/Paths.h"
 #include "base/Text.h"
 #include "model/PairRow.h"
+#include "model/Surroundings.h"
 #include "store/Locations.h"
 #include "ui/OneDriveText.h"
 #include "ui/Theme.h"
@@ -12,7 +13,7 @@ namespace PairRowText {
 
 QString originalSubtitle(const PairRow &row) {
     if (row.silentPlace)
-        return row.originalSubtitle() + QStringLiteral(" · “") + *row.silentPlace + QStringLiteral("” isn't answering");
+        return row.originalSubtitle() + QStringLiteral(" · ") + Surroundings::silence(*row.silentPlace);
     if (row.isLookedAt && !row.connected)
         return row.originalSubtitle() + QStringLiteral(" · drive not connected");
     if (!row.pair.lastSummary || !row.pair.lastSync)
