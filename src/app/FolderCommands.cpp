@@ -7,7 +7,7 @@
 #include "base/Paths.h"
 #include "base/Text.h"
 #include "model/AppModel.h"
-#include "records/JsonWriter.h"
+#include "json/JsonWriter.h"
 #include "store/Locations.h"
 #include "sync/OneDriveNames.h"
 

@@ -4,7 +4,7 @@
 #include "app/TarnwickBasicMain.h"
 #include "base/Fmt.h"
 #include "base/Text.h"
-#include "records/Json.h"
+#include "json/Json.h"
 #include "sync/OneDriveNames.h"
 #include "sync/PlanText.h"
 

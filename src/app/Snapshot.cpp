@@ -7,7 +7,7 @@
 #include "base/Text.h"
 #include "model/AppModel.h"
 #include "platform/AtomicFile.h"
-#include "records/Json.h"
+#include "json/Json.h"
 #include "ui/AddFolderSheet.h"
 #include "ui/MainView.h"
 

@@ -11,7 +11,7 @@
 #include "app/TarnwickBasicMain.h"
 #include "base/Text.h"
 #include "model/AppModel.h"
-#include "records/Json.h"
+#include "json/Json.h"
 
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>

@@ -2,7 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "base/Text.h"
-#include "records/Json.h"
+#include "json/Json.h"
 #include "records/SyncRun.h"
 
 #include <QDBusConnection>

@@ -1,8 +1,8 @@
 #include "records/AppConfig.h"
 
-#include "records/JsonError.h"
-#include "records/JsonReader.h"
-#include "records/JsonWriter.h"
+#include "json/JsonError.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
 namespace {
 

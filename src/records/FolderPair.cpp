@@ -1,7 +1,7 @@
 #include "records/FolderPair.h"
 
-#include "records/JsonReader.h"
-#include "records/JsonWriter.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
 void FolderPair::toJson(JsonWriter &out) const {
     out.beginObject();

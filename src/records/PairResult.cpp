@@ -1,8 +1,8 @@
 #include "records/PairResult.h"
 
 #include "records/Hash.h"
-#include "records/JsonReader.h"
-#include "records/JsonWriter.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
 void PairResult::toJson(JsonWriter &out) const {
     out.beginObject();

@@ -1,8 +1,8 @@
 #include "records/SkippedItem.h"
 
 #include "records/Hash.h"
-#include "records/JsonReader.h"
-#include "records/JsonWriter.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
 void SkippedItem::toJson(JsonWriter &out) const {
     out.beginObject();

@@ -1,8 +1,8 @@
 #include "records/SyncRun.h"
 
 #include "base/Fmt.h"
-#include "records/JsonReader.h"
-#include "records/JsonWriter.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "records/Json.h"
+#include "json/Json.h"
 #include "selftest/Checks.h"
 #include "selftest/Suites.h"
 #include "store/DriveProfile.h"

@@ -8,7 +8,7 @@
 #include "platform/FileFacts.h"
 #include "platform/HostIdentity.h"
 #include "platform/MountTable.h"
-#include "records/Json.h"
+#include "json/Json.h"
 #include "store/Log.h"
 #include "store/Store.h"
 #include "store/TestRoot.h"

@@ -4,7 +4,7 @@
 #include "base/Paths.h"
 #include "base/Text.h"
 #include "platform/AtomicFile.h"
-#include "records/Json.h"
+#include "json/Json.h"
 #include "store/Locations.h"
 #include "store/Log.h"
 #include "store/TestRoot.h"

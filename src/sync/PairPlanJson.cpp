@@ -1,7 +1,7 @@
 #include "sync/PairPlanJson.h"
 
 #include "base/Text.h"
-#include "records/JsonWriter.h"
+#include "json/JsonWriter.h"
 
 namespace {
 

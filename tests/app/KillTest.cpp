@@ -1,5 +1,5 @@
 #include "app/ProgramTest.h"
-#include "records/Json.h"
+#include "json/Json.h"
 
 #include <chrono>
 #include <csignal>

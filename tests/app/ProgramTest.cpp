@@ -1,6 +1,6 @@
 #include "app/ProgramTest.h"
 
-#include "records/Json.h"
+#include "json/Json.h"
 #include "store/TestRoot.h"
 
 #include <algorithm>

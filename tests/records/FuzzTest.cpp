@@ -1,4 +1,4 @@
-#include "records/Json.h"
+#include "json/Json.h"
 #include "records/SampleRecords.h"
 
 #include <algorithm>

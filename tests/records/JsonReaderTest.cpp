@@ -1,4 +1,4 @@
-#include "records/Json.h"
+#include "json/Json.h"
 #include "records/SyncTrigger.h"
 
 #include <gtest/gtest.h>

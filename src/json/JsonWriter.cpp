@@ -1,4 +1,4 @@
-#include "records/JsonWriter.h"
+#include "json/JsonWriter.h"
 
 #include <algorithm>
 #include <array>

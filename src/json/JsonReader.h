@@ -1,7 +1,7 @@
 #pragma once
 
-#include "records/JsonDocument.h"
-#include "records/RawText.h"
+#include "json/JsonDocument.h"
+#include "json/RawText.h"
 
 #include <QDateTime>
 #include <QString>

@@ -1,7 +1,7 @@
-#include "records/JsonReader.h"
+#include "json/JsonReader.h"
 
-#include "records/HexDigit.h"
-#include "records/JsonError.h"
+#include "json/HexDigit.h"
+#include "json/JsonError.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "records/JsonDocument.h"
-#include "records/JsonError.h"
-#include "records/JsonReader.h"
-#include "records/JsonWriter.h"
+#include "json/JsonDocument.h"
+#include "json/JsonError.h"
+#include "json/JsonReader.h"
+#include "json/JsonWriter.h"
 
 #include <QByteArray>
 

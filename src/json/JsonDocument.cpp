@@ -1,8 +1,8 @@
-#include "records/JsonDocument.h"
+#include "json/JsonDocument.h"
 
 #include "base/Text.h"
-#include "records/HexDigit.h"
-#include "records/JsonError.h"
+#include "json/HexDigit.h"
+#include "json/JsonError.h"
 
 #include <array>
 #include <limits>

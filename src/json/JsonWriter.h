@@ -1,6 +1,6 @@
 #pragma once
 
-#include "records/RawText.h"
+#include "json/RawText.h"
 
 #include <QByteArray>
 #include <QDateTime>
