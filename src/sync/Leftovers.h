@@ -10,6 +10,10 @@ namespace Leftovers {
 /// has finished without errors.
 bool isOldVersion(const PlannedLeftover &leftover);
 
+/// Whether the file that the old version was moved aside for stands in its folder again. False also when that can't be
+/// told.
+bool targetStands(const FolderAnchor &backup, const PlannedLeftover &oldVersion);
+
 /// Removes a file that no other process has locked, or a link. Failures are ignored.
 void remove(const FolderAnchor &backup, const PlannedLeftover &leftover);
 

@@ -53,7 +53,7 @@ class CopyBox : public Sandbox {
         const std::optional<FileVersion> planned = version("OneDrive/file");
         try {
             Copier copier(token);
-            StagedCopy staged = copier.stage({from.descriptor(), "file"}, target, original.mtime, onBytes);
+            StagedCopy staged = copier.stage(OpenedOriginal::open({from.descriptor(), "file"}), target, onBytes);
             Copier::publish(staged, target, "file", original, planned ? &*planned : nullptr, {});
         } catch (const std::system_error &error) {
             return "errno " + std::to_string(error.code().value());
