@@ -31,19 +31,21 @@ bool isOldVersion(const PlannedLeftover &leftover) {
     return TempArea::isAsideName(split(leftover.backupRel).second);
 }
 
-bool targetStands(const FolderAnchor &backup, const PlannedLeftover &oldVersion) {
+bool isOnlyVersion(const FolderAnchor &backup, const PlannedLeftover &oldVersion) {
     const auto [folderRel, aside] = split(oldVersion.backupRel);
     try {
         const FileDescriptor folder = OpenBelow::folder(backup.descriptor(), folderRel);
+        if (!is(FileKind::Regular, folder.get(), aside.c_str()))
+            return false;
         FolderReader reader(folder.get());
         for (FolderReader::Item item; reader.next(item);) {
             if (TempArea::isAsideNameOf(aside, item.name) && is(FileKind::Regular, folder.get(), item.name.data()))
-                return true;
+                return false;
         }
     } catch (const std::system_error &) {
         // The next run tries again.
     }
-    return false;
+    return true;
 }
 
 void remove(const FolderAnchor &backup, const PlannedLeftover &leftover) {

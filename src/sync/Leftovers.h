@@ -10,9 +10,8 @@ namespace Leftovers {
 /// has finished without errors.
 bool isOldVersion(const PlannedLeftover &leftover);
 
-/// Whether the file that the old version was moved aside for stands in its folder again. False also when that can't be
-/// told.
-bool targetStands(const FolderAnchor &backup, const PlannedLeftover &oldVersion);
+/// Whether it is a file whose own place in its folder is empty, or when that can't be told.
+bool isOnlyVersion(const FolderAnchor &backup, const PlannedLeftover &oldVersion);
 
 /// Removes a file that no other process has locked, or a link. Failures are ignored.
 void remove(const FolderAnchor &backup, const PlannedLeftover &leftover);

@@ -415,10 +415,10 @@ void PairExecution::clearOldVersions() {
     for (const PlannedLeftover &leftover : plan.staleTemps) {
         if (!Leftovers::isOldVersion(leftover))
             continue;
-        if (Leftovers::targetStands(planned.backup, leftover))
-            Leftovers::remove(planned.backup, leftover);
-        else
+        if (Leftovers::isOnlyVersion(planned.backup, leftover))
             context.record.addNote(context.pair, PlanText::orphanedOldVersion(job, plan.url(leftover)));
+        else
+            Leftovers::remove(planned.backup, leftover);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "sync/Leftovers.h"
 #include "sync/PairExecution.h"
 #include "sync/PlannedJob.h"
-#include "sync/Planner.h"
 #include "sync/SpaceCheck.h"
 
 #include <algorithm>
@@ -90,13 +89,8 @@ void SyncRunner::planAll() {
 
 void SyncRunner::plan(const SyncJob &job) {
     PlannedJob entry;
-    if (const std::optional<JobRefusal> refusal = entry.open(job))
+    if (const std::optional<JobRefusal> refusal = entry.open(job, token, reporter))
         return turnAway(job, refusal->line, refusal->note);
-    Planner planner(job.rules, token, [this] {
-        ++reporter.progress.scanned;
-        reporter.emitThrottled();
-    });
-    entry.plan = planner.build(entry.original, entry.backup, job.placeInOneDrive());
     planned.push_back(std::move(entry));
 }
 

@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
 
 using RunUnderTest::Lines;
+using RunUnderTest::makeFiles;
 using RunUnderTest::run;
 using RunUnderTest::Sandbox;
 using RunUnderTest::sorted;
@@ -155,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(SyncRunner, RecordsTwoThousandCopies) {
     Sandbox box;
-    RunUnderTest::makeFiles(box, "A", 2'001, "", someTime, 10);
+    makeFiles(box, "A", 2'001, "", someTime, 10);
     const SyncRun result = run({box.job("A")});
     EXPECT_EQ(told(result).front(), "copied 2001, 20010, folders 1, omitted 1");
     EXPECT_EQ(result.changes.size(), 2'000u);
@@ -206,6 +208,22 @@ TEST(SyncRunner, CopiesAPathThatIsTooLongForOneCall) {
     EXPECT_TRUE(again.at(1).starts_with("note: A: 383 items have a name or a path that OneDrive clients refuse (“d/d"))
         << again.at(1).substr(0, 100);
     EXPECT_EQ(again.back(), "pair A: 0, 0, 0");
+}
+
+/// Such a copy waits, and others overtake it; the record follows the plan all the same.
+TEST(SyncRunner, AnOriginalChangedJustNowKeepsItsPlaceInTheRecord) {
+    Sandbox box;
+    for (const char *pair : {"A", "B"})
+        makeFiles(box, pair, 5, "content ", someTime);
+    const Lines planned = told(run({box.job("A"), box.job("B")}));
+    fs::remove_all(box / "OneDrive");
+    box.dir("OneDrive");
+    const std::string first = planned.at(1).substr(6, 2); // of "added 03 40"
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    box.setTime("A/" + first, FileTime::from(now));
+    EXPECT_EQ(told(run({box.job("A"), box.job("B")})), planned);
+    EXPECT_EQ(box.snapshot("OneDrive/A"), box.snapshot("A"));
 }
 
 } // namespace
