@@ -211,7 +211,8 @@ std::string placeOf(int descriptor) {
     const Inside inside;
     const int error = errno;
     char target[4096];
-    const ssize_t length = ::readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), target, sizeof target);
+    const std::string link = descriptor == AT_FDCWD ? "/proc/self/cwd" : "/proc/self/fd/" + std::to_string(descriptor);
+    const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
     errno = error;
     std::string place(target, length < 0 ? 0 : static_cast<std::size_t>(length));
     constexpr std::string_view mark = " (deleted)";
@@ -223,7 +224,7 @@ std::string placeOf(int descriptor) {
 std::string placeOf(int folder, const char *path) {
     if (!path || *path == '/')
         return path ? path : "";
-    const std::string start = folder == AT_FDCWD ? "" : placeOf(folder); // the program's own paths are absolute
+    const std::string start = placeOf(folder);
     const std::string_view name(path);
     return name.empty() || name == "." ? start : start + '/' + path;
 }

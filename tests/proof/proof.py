@@ -133,7 +133,8 @@ class Place:
                             "FAULTS_TRACE": str(self.trace), "FAULTS_RULES": "\n".join(rules), "FAULTS_CLOCK": str(clock)}
         command = [*around, self.proof.program, *(words or self.words())]
         try:
-            done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=60, check=False)
+            done = subprocess.run(command, env=environment, cwd=self.top / self.home, capture_output=True, text=True,
+                                  timeout=60, check=False)
         except subprocess.TimeoutExpired:
             return Outcome(None, "", "it hangs", [])
         trace = self.trace.read_text().splitlines() if self.trace.exists() else []
@@ -239,7 +240,8 @@ def untold(name, originals, before, after, outcome):
     """Where the record of a run and what stands in the backup differ. `name` is the pair's."""
     record = outcome.record
     if record is None:
-        if outcome.status in (0, None) or not outcome.err or before != after:
+        # Told to stop before anything was begun, it just ends.
+        if outcome.status in (0, None) or not (outcome.err or outcome.status == 130) or before != after:
             yield f"no record, status {outcome.status}, told: {outcome.err!r}"
         return
     copied = {path for path, item in after.items() if item.kind == "file" and item != before.get(path)}
@@ -317,7 +319,9 @@ class Trial:
         lists = [lost(originals, before, after, place.moved_aside()), self.own_files_wrong()]
         if outcome.status != -signal.SIGKILL:
             if all(call.name in TIDY for call in outcome.struck):
-                lists.append(f"{path} is left" for path in place.leftovers() if path not in leftBefore)
+                isAside = not before.keys() <= after.keys()
+                lists.append(f"{path} is left" for path in place.leftovers()
+                             if path not in leftBefore and not (isAside and "/.tw-old-" in path))
             needed = {path: item for path, item in originals.items()
                       if path not in excused(outcome) and item.kind != "link"}
             lists.append(untold("Photos", needed, before, after, outcome))
