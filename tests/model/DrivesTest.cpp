@@ -95,8 +95,9 @@ TEST_F(DrivesUnderTest, WhatIsSyncedOnItsOwnAndWhen) {
         EXPECT_EQ(model->lastAutoSync(key) != before, !delays.empty());
         const SyncRun last = run();
         EXPECT_EQ(model->history().size(), runs += delays.size());
-        if (!delays.empty())
+        if (!delays.empty()) {
             EXPECT_EQ(last.pairNames, std::vector{QStringLiteral("Drive")});
+        }
     }
     ::setenv("TARNWICK_FAST_TIMERS", "", 1);
     mountDrive(drive);

@@ -23,9 +23,9 @@ class ModelUnderTest : public StoreUnderTest {
             tree.dir(folder);
     }
     ~ModelUnderTest() override {
-        EXPECT_TRUE(until([&] { return !model || !model->busy(); }) &&
-                    AppModel::flushProfiles(std::chrono::seconds(10)) &&
-                    AppModel::flushHistory(std::chrono::seconds(10)));
+        EXPECT_TRUE(until([&] { return !model || !model->busy(); }));
+        EXPECT_TRUE(AppModel::flushProfiles(std::chrono::seconds(10)));
+        EXPECT_TRUE(AppModel::flushHistory(std::chrono::seconds(10)));
     }
     /// Makes the model anew from settings with these pairs.
     void load(const Lines &pairs) {

@@ -39,6 +39,7 @@ TEST_F(StoreTest, NothingIsSavedOverWhatCouldNotBeReadBeforeItIsSetAside) {
         if (trouble.empty()) {
             EXPECT_EQ(lines, Lines());
         } else {
+            ASSERT_FALSE(lines.empty());
             const std::string copy = lines.back().substr(lines.back().rfind(' ') + 1);
             EXPECT_EQ(lines.back(), "Config could not be read (" + trouble + "); saved a copy to " + copy);
             EXPECT_EQ(content == "folder/" ? now.at(copy + "/inside") : tree.read("Support/" + copy),
