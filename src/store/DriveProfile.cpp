@@ -161,7 +161,8 @@ void writeProfile(const std::vector<ProfilePair> &pairs, const fs::path &volume)
             return;
         const QByteArray bytes = Json::toBytes(newProfile(pairs));
         AtomicFile::write({folder.get(), fileName},
-                          std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+                          std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())),
+                          AtomicFile::ReadableBy::Everyone);
     } catch (const std::exception &error) {
         Log::shared().write(QStringLiteral("Could not save folder choices on the drive: ") +
                             Text::fromBytes(error.what()));
