@@ -91,17 +91,20 @@ StoredConfig readConfig() {
     return stored;
 }
 
-/// Why the settings file must be moved away before anything is saved in its place: it could not be read, and what it
-/// holds is nowhere else.
+/// Why the file must be moved away before anything is saved in its place: it could not be read, and what it holds is
+/// nowhere else.
 std::optional<QString> unreadConfig;
+std::optional<QString> unreadHistory;
 
-std::string nameForCopy(std::time_t second) {
-    return "config-unreadable-" + std::to_string(second) + ".json";
+/// Of "config.json": "config-unreadable-SECOND.json".
+std::string nameForCopy(std::string_view file, std::time_t second) {
+    return std::string(file.substr(0, file.find('.'))) + "-unreadable-" + std::to_string(second) + ".json";
 }
 
-void logCopy(const QString &trouble, const std::string &name) {
-    Log::shared().write(QStringLiteral("Config could not be read (") + trouble + QStringLiteral("); saved a copy to ") +
-                        Text::fromBytes(name));
+void logCopy(const char *file, const QString &trouble, const std::string &name) {
+    const QString what = file == configName ? QStringLiteral("Config") : QStringLiteral("History");
+    Log::shared().write(what + QStringLiteral(" could not be read (") + trouble +
+                        QStringLiteral("); saved a copy to ") + Text::fromBytes(name));
 }
 
 bool isTaken(const std::string &name) {
@@ -111,7 +114,7 @@ bool isTaken(const std::string &name) {
 
 /// Returns whether that could be done.
 bool copyAside(const StoredConfig &stored) {
-    const std::string name = nameForCopy(std::time(nullptr));
+    const std::string name = nameForCopy(configName, std::time(nullptr));
     const bool isFree = !isTaken(name); // else it is of this very second
     try {
         if (isFree)
@@ -119,24 +122,24 @@ bool copyAside(const StoredConfig &stored) {
     } catch (const std::exception &) {
         return false;
     }
-    logCopy(*stored.trouble, name);
+    logCopy(configName, *stored.trouble, name);
     return isFree;
 }
 
 /// Fails with std::system_error.
-void moveAsideWhatWasNotRead() {
-    if (!unreadConfig)
+void moveAsideIfUnread(const char *file, std::optional<QString> &unread) {
+    if (!unread)
         return;
     std::time_t second = std::time(nullptr);
-    while (isTaken(nameForCopy(second)))
+    while (isTaken(nameForCopy(file, second)))
         ++second;
     std::error_code error;
-    fs::rename(supportDir() / configName, supportDir() / nameForCopy(second), error);
+    fs::rename(supportDir() / file, supportDir() / nameForCopy(file, second), error);
     if (error && error != std::errc::no_such_file_or_directory)
-        throw std::system_error(error, configName);
+        throw std::system_error(error, file);
     if (!error)
-        logCopy(*unreadConfig, nameForCopy(second));
-    unreadConfig.reset();
+        logCopy(file, *unread, nameForCopy(file, second));
+    unread.reset();
 }
 
 } // namespace
@@ -164,7 +167,7 @@ AppConfig peekConfig() {
 
 std::optional<QString> save(const AppConfig &config) {
     try {
-        moveAsideWhatWasNotRead();
+        moveAsideIfUnread(configName, unreadConfig);
         writeFile(configName, Json::toBytes(config));
         return std::nullopt;
     } catch (const std::exception &error) {
@@ -176,6 +179,7 @@ std::optional<QString> save(const AppConfig &config) {
 
 std::vector<SyncRun> loadHistory() {
     const std::optional<std::string> bytes = readFile(placeOfSupportDir() / historyName);
+    unreadHistory = bytes || errno == ENOENT ? std::nullopt : std::optional(Fmt::systemError(errno));
     if (!bytes)
         return {};
     try {
@@ -187,6 +191,7 @@ std::vector<SyncRun> loadHistory() {
 
 void save(const std::vector<SyncRun> &history) {
     try {
+        moveAsideIfUnread(historyName, unreadHistory);
         writeFile(historyName, Json::toBytes(history));
     } catch (const std::exception &) {
         // The next finished run writes it anew.

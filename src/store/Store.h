@@ -35,7 +35,8 @@ AppConfig peekConfig();
 /// and the old file stays.
 [[nodiscard]] std::optional<QString> save(const AppConfig &config);
 
-/// The stored runs, newest first; none when there is nothing usable.
+/// The stored runs, newest first; none when there is nothing usable. A file that can't be read is moved to
+/// "history-unreadable-SECONDS.json" by the next save; one that can't be understood is replaced.
 std::vector<SyncRun> loadHistory();
 
 /// Replaces the history file in one step; a failure is dropped and the old file stays. May run on a thread of its own.
