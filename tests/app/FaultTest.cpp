@@ -102,7 +102,8 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"the disk takes no byte", {"copy_file_range:error=EXDEV", "pwrite64:retval=0"}, 1, 0, noFlush},
         Row{"stopped in mid-copy", {"copy_file_range:delay_enter=3000000:when=1"}, 128 + SIGINT, 0},
         Row{"killed while publishing a new file", {"renameat2:signal=KILL:when=1"}, 128 + SIGKILL},
-        Row{"killed while publishing a changed file", {"renameat:signal=KILL:when=2"}, 128 + SIGKILL}));
+        Row{"killed while publishing a changed file", {"renameat:signal=KILL:when=2"}, 128 + SIGKILL},
+        Row{"no thread waits for signals", {"clone3:error=EAGAIN:when=1"}}));
 
 TEST_F(Meddling, AnOriginalThatCannotBeOpenedIsToldWithTheReason) {
     const Program::Outcome outcome = meddledWith({"open,openat:error=EIO"}, "Photos").run();

@@ -95,6 +95,24 @@ TEST_F(ModelCommands, AFolderIsAddedListedAndTakenOut) {
     EXPECT_NE(tree.read("Volumes/Stick/.Tarnwick/profile-basic.json").find("\"pairs\" : []"), std::string::npos);
 }
 
+TEST_F(ModelCommands, WhatCannotBeSavedIsToldAndWhoOnlyLooksSavesNothing) {
+    const AppConfig expected = settings();
+    tree.file("Support/config.json", R"({"pairs" : [{"volumeName" : 1}]})");
+    const Snapshot before = tree.snapshot("Support");
+    EXPECT_EQ(told("--list"), "Add a folder to back it up to OneDrive.\n");
+    EXPECT_EQ(tree.snapshot("Support"), before);
+    save(expected);
+    fs::permissions(tree / "Support", fs::perms(0555));
+    for (const char *line : {"--add @/Home/Notes @/Home/OneDrive/N", "--remove Notes", "--onedrive @/Home/OneDrive"}) {
+        const Program::Outcome outcome = program(line).run();
+        EXPECT_EQ(outcome.status, 1) << line;
+        EXPECT_EQ(outcome.out, "") << line;
+        EXPECT_EQ(outcome.err, "The settings could not be saved (open: Permission denied).\n") << line;
+        EXPECT_EQ(settings(), expected) << line;
+    }
+    fs::permissions(tree / "Support", fs::perms(0755));
+}
+
 TEST_F(ModelCommands, ASyncGoesToTheChosenAccountAndIsWrittenDownEverywhere) {
     AppConfig config = settings();
     config.oneDriveRootPath = QString::fromStdString(tree / "Home/OneDrive-Work");

@@ -35,7 +35,7 @@ class ModelUnderTest : public StoreUnderTest {
             const auto home = part[1] == u"This Mac" ? std::optional(Locations::homeKey) : std::nullopt;
             config.pairs.push_back({QUuid::createUuid(), part[0] == u'+', home, part[1], part[2], part[3]});
         }
-        Store::save(config);
+        EXPECT_EQ(Store::save(config), std::nullopt);
         startAnew();
     }
     void startAnew() {

@@ -105,7 +105,7 @@ TEST_F(MountedOneDrive, ChoosingAnewForgetsTheMount) {
 TEST_F(MountedOneDrive, WhoOnlyLooksRemembersNothing) {
     chooseOneDrive(tree / "Home/OneDrive-Other");
     chooseOneDrive(std::nullopt);
-    Store::save(AppConfig{.pairs = model->config().pairs});
+    EXPECT_EQ(Store::save(AppConfig{.pairs = model->config().pairs}), std::nullopt);
     AppModel::setReadOnly(true);
     startAnew();
     refresh();
