@@ -72,29 +72,9 @@ ProgramTest::Snapshot ProgramTest::backup() const {
     return items;
 }
 
-int ProgramTest::expectOldOrNew(const Snapshot &before) const {
-    const Snapshot original = tree.snapshot("Photos");
-    const Snapshot now = backup();
-    int newFiles = 0;
-    for (const auto &[path, facts] : now) {
-        const bool isOld = before.contains(path) && facts == before.at(path);
-        EXPECT_TRUE(isOld || (original.contains(path) && facts == original.at(path))) << path << " is neither";
-        newFiles += !isOld && facts != "dir";
-    }
-    for (const auto &[path, facts] : before)
-        EXPECT_TRUE(now.contains(path)) << path << " has gone";
-    return newFiles;
-}
-
 void ProgramTest::expectComplete() const {
     EXPECT_TRUE(tree.snapshot("OneDrive/Photos") == tree.snapshot("Photos")) << "the backup isn't complete";
     EXPECT_EQ(leftovers(), Lines());
-}
-
-void ProgramTest::expectTheNextRunPutsEverythingRight() const {
-    const Program::Outcome outcome = backUp().run();
-    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-    expectComplete();
 }
 
 SyncRun ProgramTest::recordOf(const std::string &printed) {

@@ -40,12 +40,8 @@ class ProgramTest : public testing::Test {
     Lines leftovers() const;
     /// The backup without leftovers.
     Snapshot backup() const;
-    /// Every item of the backup is wholly as it was before or as the original is; returns how many files are new.
-    int expectOldOrNew(const Snapshot &before) const;
     /// The backup equals the original and nothing is left over.
     void expectComplete() const;
-    /// One run that nothing stands in the way of; afterwards everything is as if nothing had ever happened.
-    void expectTheNextRunPutsEverythingRight() const;
 
     /// A run record as it was printed, which must be nothing but that.
     static SyncRun recordOf(const std::string &printed);

@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -26,7 +25,6 @@
 #include <linux/fs.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
-#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,10 +51,10 @@ std::string setting(const char *name) {
     return value ? value : "";
 }
 
-/// "CALL PATH NTH UNTIL MOMENT ACTION ARGUMENT", separated by tabs. CALL and PATH are patterns as of a shell, PATH for
-/// what is below the folder. From the NTH call that fits on it is done "once", for the same "call" on the same path,
-/// for every call on the same "path", or for "all" that fit. ACTION: "error" with an errno, "answer" with a result,
-/// "signal" with its number, "run" with a command.
+/// "CALL ON_PATH NTH UNTIL MOMENT ACTION ARGUMENT", separated by tabs. CALL and ON_PATH are patterns as of a shell,
+/// ON_PATH for what is below the folder. From the NTH call that fits on it is done "once", for the same "call" on the
+/// same path, for every call on the same "path", or for "all" that fit. ACTION: "error" with an errno, "answer" with a
+/// result, "signal" with its number, "run" with a command.
 struct Rule {
     explicit Rule(const std::string &line) {
         std::istringstream fields(line);
@@ -188,7 +186,7 @@ auto meet(const char *name, const std::string &from, const std::string &to, Call
     act(rules, "before");
     const Rule *instead = nullptr;
     for (const Rule &rule : rules) {
-        if (rule.action == "error" || rule.action == "answer")
+        if (rule.action.starts_with("error") || rule.action == "answer")
             instead = &rule;
     }
     decltype(call()) result = 0;
@@ -197,8 +195,8 @@ auto meet(const char *name, const std::string &from, const std::string &to, Call
         result = call();
     if (instead) {
         const int number = std::atoi(instead->argument.c_str());
-        result = instead->action == "error" ? -1 : number;
-        errno = instead->action == "error" ? number : errorBefore;
+        result = instead->action == "answer" ? number : -1;
+        errno = instead->action == "answer" ? errorBefore : number;
     }
     const int error = errno;
     faults.write(line(result < 0 ? '-' + std::to_string(error) : std::to_string(result)));
@@ -233,13 +231,10 @@ std::string placeOf(const char *path) {
     return placeOf(AT_FDCWD, path);
 }
 
-mode_t modeIn(int flags, va_list &arguments) {
-    return flags & (O_CREAT | __O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
-}
-
 } // namespace
 
-// The C library's names are given by hand, so that its own declarations, which differ, don't get in the way.
+// The C library's names are given by hand, so that its own declarations, which differ, don't get in the way. What it
+// leaves out of a call (the mode of an open file, say) is passed on as it happens to be; nobody reads it.
 #define NAMED(Result, symbol, name, parameters, arguments, ...)                                                        \
     extern "C" Result faults_##symbol parameters asm(#symbol);                                                         \
     Result faults_##symbol parameters {                                                                                \
@@ -248,81 +243,63 @@ mode_t modeIn(int flags, va_list &arguments) {
     }
 #define CALL(Result, symbol, parameters, arguments, ...)                                                               \
     NAMED(Result, symbol, #symbol, parameters, arguments, __VA_ARGS__)
-#define CALL_AND_64(Result, symbol, parameters, arguments, ...)                                                        \
+#define CALL_64(Result, symbol, parameters, arguments, ...)                                                            \
     CALL(Result, symbol, parameters, arguments, __VA_ARGS__)                                                           \
     NAMED(Result, symbol##64, #symbol, parameters, arguments, __VA_ARGS__)
-#define OPEN(symbol, name, parameters, arguments, ...)                                                                 \
-    extern "C" int faults_##symbol parameters asm(#symbol);                                                            \
-    int faults_##symbol parameters {                                                                                   \
-        static const auto real = next<decltype(&faults_##symbol)>(#symbol);                                            \
-        va_list more;                                                                                                  \
-        va_start(more, flags);                                                                                         \
-        const mode_t mode = modeIn(flags, more);                                                                       \
-        va_end(more);                                                                                                  \
-        return meet(name, __VA_ARGS__, "", [&] { return real arguments; });                                            \
-    }
+#define ON_FILE placeOf(file), ""
+#define ON_PATH placeOf(path), ""
+#define ON_NAME placeOf(at, path), ""
+#define IN_TO_OUT placeOf(in), placeOf(out)
+#define FROM_TO placeOf(a, from), placeOf(b, to)
 
-OPEN(open, "open", (const char *path, int flags, ...), (path, flags, mode), placeOf(path))
-OPEN(open64, "open", (const char *path, int flags, ...), (path, flags, mode), placeOf(path))
-OPEN(openat, "openat", (int at, const char *path, int flags, ...), (at, path, flags, mode), placeOf(at, path))
-OPEN(openat64, "openat", (int at, const char *path, int flags, ...), (at, path, flags, mode), placeOf(at, path))
-
-CALL(ssize_t, read, (int file, void *data, size_t size), (file, data, size), placeOf(file), "")
-CALL(ssize_t, write, (int file, const void *data, size_t size), (file, data, size), placeOf(file), "")
-CALL(ssize_t, writev, (int file, const iovec *parts, int count), (file, parts, count), placeOf(file), "")
-CALL_AND_64(ssize_t, pread, (int file, void *data, size_t size, off64_t at), (file, data, size, at), placeOf(file), "")
-CALL_AND_64(ssize_t, pwrite, (int file, const void *data, size_t size, off64_t at), (file, data, size, at),
-            placeOf(file), "")
+CALL_64(int, open, (const char *path, int flags, mode_t mode), (path, flags, mode), ON_PATH)
+CALL_64(int, openat, (int at, const char *path, int flags, mode_t mode), (at, path, flags, mode), ON_NAME)
+CALL(ssize_t, read, (int file, void *data, size_t size), (file, data, size), ON_FILE)
+CALL(ssize_t, write, (int file, const void *data, size_t size), (file, data, size), ON_FILE)
+CALL(ssize_t, writev, (int file, const void *parts, int count), (file, parts, count), ON_FILE)
+CALL_64(ssize_t, pread, (int file, void *data, size_t size, off64_t at), (file, data, size, at), ON_FILE)
+CALL_64(ssize_t, pwrite, (int file, const void *data, size_t size, off64_t at), (file, data, size, at), ON_FILE)
 CALL(ssize_t, copy_file_range, (int in, off64_t *from, int out, off64_t *to, size_t size, unsigned flags),
-     (in, from, out, to, size, flags), placeOf(in), placeOf(out))
-CALL_AND_64(ssize_t, sendfile, (int out, int in, off64_t *at, size_t size), (out, in, at, size), placeOf(in),
-            placeOf(out))
-CALL_AND_64(off64_t, lseek, (int file, off64_t at, int whence), (file, at, whence), placeOf(file), "")
-CALL_AND_64(int, ftruncate, (int file, off64_t size), (file, size), placeOf(file), "")
+     (in, from, out, to, size, flags), IN_TO_OUT)
+CALL_64(ssize_t, sendfile, (int out, int in, off64_t *at, size_t size), (out, in, at, size), IN_TO_OUT)
+CALL_64(off64_t, lseek, (int file, off64_t at, int whence), (file, at, whence), ON_FILE)
+CALL_64(int, ftruncate, (int file, off64_t size), (file, size), ON_FILE)
 
-CALL_AND_64(int, stat, (const char *path, void *facts), (path, facts), placeOf(path), "")
-CALL_AND_64(int, lstat, (const char *path, void *facts), (path, facts), placeOf(path), "")
-CALL_AND_64(int, fstat, (int file, void *facts), (file, facts), placeOf(file), "")
-CALL_AND_64(int, fstatat, (int at, const char *path, void *facts, int flags), (at, path, facts, flags),
-            placeOf(at, path), "")
+CALL_64(int, stat, (const char *path, void *facts), (path, facts), ON_PATH)
+CALL_64(int, lstat, (const char *path, void *facts), (path, facts), ON_PATH)
+CALL_64(int, fstat, (int file, void *facts), (file, facts), ON_FILE)
 CALL(int, statx, (int at, const char *path, int flags, unsigned mask, void *facts), (at, path, flags, mask, facts),
-     placeOf(at, path), "")
-CALL_AND_64(int, fstatfs, (int file, void *facts), (file, facts), placeOf(file), "")
-CALL_AND_64(int, statvfs, (const char *path, void *facts), (path, facts), placeOf(path), "")
-CALL(int, access, (const char *path, int mode), (path, mode), placeOf(path), "")
-CALL(int, faccessat, (int at, const char *path, int mode, int flags), (at, path, mode, flags), placeOf(at, path), "")
-CALL(ssize_t, readlink, (const char *path, char *target, size_t size), (path, target, size), placeOf(path), "")
+     ON_NAME)
+CALL_64(int, fstatfs, (int file, void *facts), (file, facts), ON_FILE)
+CALL_64(int, statvfs, (const char *path, void *facts), (path, facts), ON_PATH)
+CALL(int, access, (const char *path, int mode), (path, mode), ON_PATH)
+CALL(int, faccessat, (int at, const char *path, int mode, int flags), (at, path, mode, flags), ON_NAME)
+CALL(ssize_t, readlink, (const char *path, char *target, size_t size), (path, target, size), ON_PATH)
 
 CALL(int, rename, (const char *from, const char *to), (from, to), placeOf(from), placeOf(to))
-CALL(int, renameat, (int a, const char *from, int b, const char *to), (a, from, b, to), placeOf(a, from),
-     placeOf(b, to))
-CALL(int, renameat2, (int a, const char *from, int b, const char *to, unsigned flags), (a, from, b, to, flags),
-     placeOf(a, from), placeOf(b, to))
-CALL(int, linkat, (int a, const char *from, int b, const char *to, int flags), (a, from, b, to, flags),
-     placeOf(a, from), placeOf(b, to))
-CALL(int, unlink, (const char *path), (path), placeOf(path), "")
-CALL(int, unlinkat, (int at, const char *path, int flags), (at, path, flags), placeOf(at, path), "")
-CALL(int, rmdir, (const char *path), (path), placeOf(path), "")
-CALL(int, mkdir, (const char *path, mode_t mode), (path, mode), placeOf(path), "")
-CALL(int, mkdirat, (int at, const char *path, mode_t mode), (at, path, mode), placeOf(at, path), "")
+CALL(int, renameat, (int a, const char *from, int b, const char *to), (a, from, b, to), FROM_TO)
+CALL(int, renameat2, (int a, const char *from, int b, const char *to, unsigned flags), (a, from, b, to, flags), FROM_TO)
+CALL(int, linkat, (int a, const char *from, int b, const char *to, int flags), (a, from, b, to, flags), FROM_TO)
+CALL(int, unlink, (const char *path), (path), ON_PATH)
+CALL(int, unlinkat, (int at, const char *path, int flags), (at, path, flags), ON_NAME)
+CALL(int, rmdir, (const char *path), (path), ON_PATH)
+CALL(int, mkdir, (const char *path, mode_t mode), (path, mode), ON_PATH)
+CALL(int, mkdirat, (int at, const char *path, mode_t mode), (at, path, mode), ON_NAME)
 
-CALL(int, fsync, (int file), (file), placeOf(file), "")
-CALL(int, fdatasync, (int file), (file), placeOf(file), "")
-CALL(int, syncfs, (int file), (file), placeOf(file), "")
-CALL(int, sync_file_range, (int file, off64_t at, off64_t size, unsigned flags), (file, at, size, flags), placeOf(file),
-     "")
-CALL(int, flock, (int file, int operation), (file, operation), placeOf(file), "")
+CALL(int, fsync, (int file), (file), ON_FILE)
+CALL(int, fdatasync, (int file), (file), ON_FILE)
+CALL(int, syncfs, (int file), (file), ON_FILE)
+CALL(int, sync_file_range, (int file, off64_t at, off64_t size, unsigned flags), (file, at, size, flags), ON_FILE)
+CALL(int, flock, (int file, int operation), (file, operation), ON_FILE)
 
-CALL(int, fchmod, (int file, mode_t mode), (file, mode), placeOf(file), "")
-CALL(int, fchown, (int file, uid_t user, gid_t group), (file, user, group), placeOf(file), "")
-CALL(int, futimens, (int file, const timespec *times), (file, times), placeOf(file), "")
-CALL(int, utimensat, (int at, const char *path, const timespec *times, int flags), (at, path, times, flags),
-     placeOf(at, path), "")
+CALL(int, fchmod, (int file, mode_t mode), (file, mode), ON_FILE)
+CALL(int, fchown, (int file, uid_t user, gid_t group), (file, user, group), ON_FILE)
+CALL(int, futimens, (int file, const timespec *times), (file, times), ON_FILE)
+CALL(int, utimensat, (int at, const char *path, const timespec *times, int flags), (at, path, times, flags), ON_NAME)
 CALL(int, fsetxattr, (int file, const char *name, const void *value, size_t size, int flags),
-     (file, name, value, size, flags), placeOf(file), "")
-CALL(ssize_t, fgetxattr, (int file, const char *name, void *value, size_t size), (file, name, value, size),
-     placeOf(file), "")
-CALL(ssize_t, flistxattr, (int file, char *names, size_t size), (file, names, size), placeOf(file), "")
+     (file, name, value, size, flags), ON_FILE)
+CALL(ssize_t, fgetxattr, (int file, const char *name, void *value, size_t size), (file, name, value, size), ON_FILE)
+CALL(ssize_t, flistxattr, (int file, char *names, size_t size), (file, names, size), ON_FILE)
 
 extern "C" int faults_close(int file) asm("close");
 int faults_close(int file) {

@@ -5,6 +5,7 @@ A proof is called as `tests/proof/NAME BUILD-FOLDER [--long] [--seed N] [--only 
 """
 
 import argparse
+import errno
 import fnmatch
 import json
 import os
@@ -24,6 +25,7 @@ SOME_TIME = 1_600_000_000 * SECOND + 123_456_789
 PAIR = "E2A084AC-F567-404D-97AE-6DC1EF2CC18F"
 LEFTOVERS = (".tw-*", "NSIRD_*", "._NSIRD_*", ".*.tmp")
 
+USUAL = "error as usual"
 DATES_LOST = "didn't keep the date of"
 # Calls whose failing leaves nothing behind, since it can be removed all the same.
 TIDY = {"write", "pwrite", "copy_file_range", "ftruncate", "fsync", "fdatasync", "syncfs", "rename", "renameat",
@@ -62,7 +64,6 @@ class Proof:
         self.name, self.long, self.seed, self.only = name, options.long, options.seed, options.only
         self.program = options.build.resolve() / "tarnwick-basic"
         self.library = options.build.resolve() / "tests/proof/libfaults.so"
-        self.random = random.Random(self.seed)
         self.cases = self.faults = 0
 
     def case(self, words, faults):
@@ -75,6 +76,10 @@ class Proof:
 
     def wants(self, words):
         return self.only in words
+
+    def picks(self, words, chance):
+        """Whether a case is in the sample; the same cases are for the same seed."""
+        return self.long or random.Random(f"{self.seed} {words}").random() < chance
 
     def end(self):
         print(f"proof.{self.name}: {self.cases} cases, seed {self.seed}, {self.faults} wrong")
@@ -96,8 +101,8 @@ class Outcome:
 
     @property
     def struck(self):
-        """The calls that a rule did something to."""
-        return [call for call in self.calls if call.action]
+        """The calls that a rule did something to, but for the usual ones."""
+        return [call for call in self.calls if call.action and call.action != USUAL]
 
     def told(self, *lists):
         """The lines of these lists of the record, by default of all."""
@@ -108,6 +113,7 @@ class Outcome:
 class Place:
     """A fresh folder with an original, the place of its backup, and a home; removed at the end."""
     original, backup, home = "Photos", "OneDrive/Photos", "home"
+    usual = ()  # what holds for every run that is watched
 
     def __init__(self, proof):
         self.proof = proof
@@ -115,6 +121,10 @@ class Place:
         self.own = tempfile.TemporaryDirectory(prefix="proof-", dir=memory if os.access(memory, os.W_OK) else None)
         self.top = Path(self.own.name).resolve() / "tree"
         self.trace = self.top.with_name("trace")
+
+    def is_its_own(self, call):
+        """Whether there isn't the same call in another kind of place."""
+        return True
 
     def clear(self):
         shutil.rmtree(self.top, ignore_errors=True)
@@ -139,7 +149,8 @@ class Place:
         if watched or rules or clock:
             self.trace.write_text("")
             environment |= {"LD_PRELOAD": str(self.proof.library), "FAULTS_FOLDER": str(self.top),
-                            "FAULTS_TRACE": str(self.trace), "FAULTS_RULES": "\n".join(rules), "FAULTS_CLOCK": str(clock)}
+                            "FAULTS_TRACE": str(self.trace), "FAULTS_RULES": "\n".join((*self.usual, *rules)),
+                            "FAULTS_CLOCK": str(clock)}
         command = [*around, self.proof.program, *(words or self.words())]
         try:
             done = subprocess.run(command, env=environment, cwd=self.top / self.home, capture_output=True, text=True,
@@ -162,12 +173,23 @@ class Place:
         return sorted(path for path in tree(self.top) if is_leftover(path))
 
 
+class BesidePlace(Place):
+    """Nothing can be made in the temporary folder, so copies are staged beside their targets."""
+    usual = (rule("openat", "*/NSIRD_*/.tw-*", until="all", **{USUAL: errno.EACCES}),)
+
+    def is_its_own(self, call):
+        return ".tw-" in call.path + call.to and "NSIRD_" not in call.path
+
+
 class SyncPlace(Place):
     """A test root with "Photos" on the drive "Stick" in the settings, a history, and a drive's profile that is to be
     written anew."""
     original, backup, home = "Volumes/Stick/Photos", "Home/OneDrive/Photos", "Home"
     settings, history, profile = "Support/config.json", "Support/history.json", "Volumes/Stick/.Tarnwick/profile-basic.json"
     past = None
+
+    def is_its_own(self, call):
+        return not call.path.startswith((self.original, self.backup, "Home/.cache"))
 
     def clear(self):
         super().clear()
@@ -267,6 +289,8 @@ def untold(name, originals, before, after, outcome):
         yield f"{record['filesCopied']} files copied, changes {changes}, but {kinds} were"
     if record["bytesCopied"] != sum(len(after[path].data) for path in copied):
         yield f"{record['bytesCopied']} bytes copied is wrong"
+    if outcome.err:
+        yield f"on standard error: {outcome.err!r}"
     failed = bool(record["errors"] or record.get("fatal"))
     if outcome.status != (130 if record["cancelled"] else int(failed)):
         yield f"status {outcome.status} with errors {record['errors']} and fatal {record.get('fatal')}"
@@ -335,12 +359,14 @@ class Trial:
             return [outcome.err]
         after = place.tree(place.backup)
         self.dates = "may be wrong" if outcome.record and DATES_LOST in " ".join(outcome.record["notes"]) else "count"
-        lists = [lost(originals, before, after, place.moved_aside(), self.dates), self.own_files_wrong()]
-        if outcome.status != -signal.SIGKILL:
+        wasKilled = outcome.status == -signal.SIGKILL
+        # An old version may stay aside only if moving it back failed, too.
+        aside = place.moved_aside() if wasKilled or len(outcome.struck) > 2 else ()
+        lists = [lost(originals, before, after, aside, self.dates), self.own_files_wrong()]
+        if not wasKilled:
             if all(call.name in TIDY for call in outcome.struck):
-                isAside = not before.keys() <= after.keys()
                 lists.append(f"{path} is left" for path in place.leftovers()
-                             if path not in leftBefore and not (isAside and "/.tw-old-" in path))
+                             if path not in leftBefore and not (aside and "/.tw-old-" in path))
             needed = {path: item for path, item in originals.items()
                       if path not in excused(outcome) and item.kind != "link"}
             lists.append(untold("Photos", needed, before, after, outcome))
