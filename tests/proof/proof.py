@@ -157,8 +157,9 @@ class Place:
                                   timeout=60, check=False)
         except subprocess.TimeoutExpired:
             return Outcome(None, "", "it hangs", [])
-        trace = self.trace.read_text().splitlines() if self.trace.exists() else []
-        return Outcome(done.returncode, done.stdout, done.stderr, trace if watched else [])
+        is_read = watched and self.trace.exists()
+        trace = self.trace.read_text(errors="surrogateescape").splitlines() if is_read else []
+        return Outcome(done.returncode, done.stdout, done.stderr, trace)
 
     def tree(self, folder):
         """Maps the paths below `folder` to what stands there, without our own temporary files."""
