@@ -10,11 +10,11 @@ if(TARNWICK_WERROR)
     target_compile_options(tarnwick_options INTERFACE -Werror)
 endif()
 if(TARNWICK_SANITIZE)
-    target_compile_options(tarnwick_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined
+    target_compile_options(tarnwick_options INTERFACE "-fsanitize=${TARNWICK_SANITIZE}" -fno-sanitize-recover=undefined
                                                       -fno-omit-frame-pointer
                            # The sanitizers' own code makes this warning cry wolf inside the standard library.
                            -Wno-maybe-uninitialized)
-    target_link_options(tarnwick_options INTERFACE -fsanitize=address,undefined)
+    target_link_options(tarnwick_options INTERFACE "-fsanitize=${TARNWICK_SANITIZE}")
 endif()
 
 # tarnwick_room(NAME LINKS lib...): makes the library tarnwick_NAME from the .cpp files of the current folder.
@@ -33,6 +33,6 @@ function(tarnwick_tests room)
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     add_executable(test_${room} ${sources})
     target_link_libraries(test_${room} PRIVATE tarnwick_options ${ARG_LINKS} tarnwick_test_support GTest::gtest_main)
-    gtest_discover_tests(test_${room} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
+    gtest_discover_tests(test_${room} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60 TEST_FILTER "${TARNWICK_TEST_FILTER}"
                         PROPERTIES TIMEOUT 300 SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
 endfunction()
