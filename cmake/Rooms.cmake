@@ -27,12 +27,14 @@ function(tarnwick_room name)
     target_link_libraries(tarnwick_${name} PUBLIC tarnwick_options Qt6::Core ${ARG_LINKS})
 endfunction()
 
-# tarnwick_tests(ROOM LINKS lib...): makes the test program test_ROOM from the .cpp files of the current folder.
+# tarnwick_tests(ROOM LINKS lib...): makes the test program test_ROOM from the .cpp files of the current folder, or from
+# those that TARNWICK_TEST_SOURCES matches.
 function(tarnwick_tests room)
     cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+    list(FILTER sources INCLUDE REGEX "${TARNWICK_TEST_SOURCES}")
     add_executable(test_${room} ${sources})
     target_link_libraries(test_${room} PRIVATE tarnwick_options ${ARG_LINKS} tarnwick_test_support GTest::gtest_main)
-    gtest_discover_tests(test_${room} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60 TEST_FILTER "${TARNWICK_TEST_FILTER}"
+    gtest_discover_tests(test_${room} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
                         PROPERTIES TIMEOUT 300 SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
 endfunction()

@@ -3,8 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
-#include <stdexcept>
+#include <sstream>
 #include <system_error>
 
 #include <fcntl.h>
@@ -26,9 +25,10 @@ FileTime timeOf(const fs::path &path) {
 
 std::string contentOf(const fs::path &path) {
     std::ifstream stream(path, std::ios::binary);
-    if (!stream)
+    std::ostringstream content;
+    if (!stream || (stream.peek() != EOF && !(content << stream.rdbuf())))
         fail(path);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
+    return std::move(content).str();
 }
 
 std::string describe(const fs::path &path) {
