@@ -10,11 +10,11 @@ if(TARNWICK_WERROR)
     target_compile_options(tarnwick_options INTERFACE -Werror)
 endif()
 if(TARNWICK_SANITIZE)
-    target_compile_options(tarnwick_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined
+    target_compile_options(tarnwick_options INTERFACE "-fsanitize=${TARNWICK_SANITIZE}" -fno-sanitize-recover=undefined
                                                       -fno-omit-frame-pointer
                            # The sanitizers' own code makes this warning cry wolf inside the standard library.
                            -Wno-maybe-uninitialized)
-    target_link_options(tarnwick_options INTERFACE -fsanitize=address,undefined)
+    target_link_options(tarnwick_options INTERFACE "-fsanitize=${TARNWICK_SANITIZE}")
 endif()
 
 # tarnwick_room(NAME LINKS lib...): makes the library tarnwick_NAME from the .cpp files of the current folder.
@@ -27,10 +27,12 @@ function(tarnwick_room name)
     target_link_libraries(tarnwick_${name} PUBLIC tarnwick_options Qt6::Core ${ARG_LINKS})
 endfunction()
 
-# tarnwick_tests(ROOM LINKS lib...): makes the test program test_ROOM from the .cpp files of the current folder.
+# tarnwick_tests(ROOM LINKS lib...): makes the test program test_ROOM from the .cpp files of the current folder, or from
+# those that TARNWICK_TEST_SOURCES matches.
 function(tarnwick_tests room)
     cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+    list(FILTER sources INCLUDE REGEX "${TARNWICK_TEST_SOURCES}")
     add_executable(test_${room} ${sources})
     target_link_libraries(test_${room} PRIVATE tarnwick_options ${ARG_LINKS} tarnwick_test_support GTest::gtest_main)
     gtest_discover_tests(test_${room} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60

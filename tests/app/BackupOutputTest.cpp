@@ -1,6 +1,6 @@
 #include "app/ProgramTest.h"
 
-#include <regex>
+#include <algorithm>
 
 namespace {
 
@@ -50,18 +50,13 @@ TEST_F(BackupOutput, TextIsTheHeadlineThenALineForEverything) {
 }
 
 TEST_F(ProgramTest, TheFirstTwentySkippedItemsAreNamedAndTheOthersCounted) {
-    const auto named = [this](int count) {
+    for (int count = 1; count <= 21; ++count) {
         tree.file("Photos/" + std::to_string(count) + ".bat");
-        const std::string out = backUp().run().out;
-        const std::regex line("Photos/[0-9]+\\.bat — skipped: OneDrive doesn't accept \\.bat files\n");
-        const auto begin = std::sregex_iterator(out.begin(), out.end(), line);
-        const std::size_t more = out.find("and 1 more skipped\nPhotos: 21 files were skipped");
-        return std::pair(std::distance(begin, std::sregex_iterator()), more != std::string::npos);
-    };
-    for (int count = 1; count < 20; ++count)
-        tree.file("Photos/" + std::to_string(count) + ".bat");
-    EXPECT_EQ(named(20), std::pair(std::ptrdiff_t(20), false));
-    EXPECT_EQ(named(21), std::pair(std::ptrdiff_t(20), true));
+        const std::string out = count < 20 ? "" : backUp().run().out;
+        EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), count < 20 ? 0 : 2 + count) << out;
+        EXPECT_EQ(out.find(".bat files\nand 1 more skipped\nPhotos: 21 files") != std::string::npos, count == 21)
+            << out;
+    }
 }
 
 TEST_F(BackupOutput, ADryRunChangesNothingAndTellsWhatTheRunWillDo) {
@@ -82,16 +77,6 @@ TEST_F(BackupOutput, ADryRunChangesNothingAndTellsWhatTheRunWillDo) {
     EXPECT_EQ(expected.size(), 5U) << "as many as the headline says";
     for (const std::string &line : expected)
         EXPECT_NE(dry.out.find('\n' + line + '\n'), std::string::npos) << line << " is not in\n" << dry.out;
-}
-
-TEST_F(ProgramTest, ADateInTheFutureIsCopiedOnceAndNeverReplacedByAnOlderOne) {
-    tree.file("Photos/a.jpg", "from 2096", {4'000'000'000, 5});
-    EXPECT_EQ(backUp().run().out, "1 file copied (9 bytes)\n");
-    EXPECT_EQ(backUp().run().out, "Everything was already up to date\n");
-    tree.file("Photos/a.jpg", "from 2020");
-    EXPECT_EQ(backUp().run().out, "Everything was already up to date\n"
-                                  "Photos/a.jpg — the copy in OneDrive is newer, so it was left alone\n");
-    EXPECT_EQ(tree.read("OneDrive/Photos/a.jpg"), "from 2096");
 }
 
 } // namespace

@@ -19,7 +19,9 @@ class ModelCommands : public ModelTest {
         const Program::Outcome outcome = program(arguments).run();
         EXPECT_EQ(outcome.status, status) << arguments << outcome.err;
         EXPECT_EQ(status == 2 ? outcome.out : outcome.err, "") << arguments;
-        EXPECT_TRUE(status != 2 || tree.snapshot("Support") == before) << arguments;
+        if (status == 2) {
+            EXPECT_EQ(tree.snapshot("Support"), before) << arguments;
+        }
         return status == 2 ? outcome.err : outcome.out;
     }
 
@@ -31,36 +33,37 @@ class ModelCommands : public ModelTest {
 };
 
 TEST_F(ModelCommands, WhatCannotBeDoneIsToldInOneSentenceAndChangesNothing) {
-    AppConfig config = settings();
+    tree.dir("Home/OneDrive/c:d/there");
     tree.link("Home/All", tree / "Home");
-    for (const char *path : {"Off", "OneDrive", "Out", "a/Twin", "b/Twin", "Gone", "All"}) {
+    AppConfig config = settings();
+    for (const char *path : {"Off", "a/Twin", "b/Twin", "Gone"}) {
         config.pairs.push_back(config.pairs[1]);
         config.pairs.back().id = QUuid::createUuid();
         config.pairs.back().sourceRelPath = QLatin1String(path);
     }
     config.pairs[2].enabled = false;
-    config.pairs[4].backupRelPath = QStringLiteral("../Out");
-    config.pairs[7].volumeUUID = QStringLiteral("1234-ABCD");
+    config.pairs[5].volumeUUID = QStringLiteral("1234-ABCD");
     save(config);
-    std::string reasons = "\n";
-    for (const char *line : {"--add @/Photos @/Home/OneDrive/P", "--backup @/Home/All @/Home/OneDrive/A",
-                             "--remove Stick", "--remove Twin", "--sync Notes a", "--sync Off --json", "--sync Gone",
-                             "--sync OneDrive", "--sync All", "--sync Out"})
-        reasons += told(line, 2);
-    fs::rename(tree / "Home/OneDrive", tree / "Home/Cloud");
-    EXPECT_EQ(reasons + told("--sync", 2), R"(
-“Photos” can't be backed up from there. Pick a folder inside your home folder or on a connected drive.
-The backup folder can't be inside the original folder (or the other way round).
-There is no folder “Stick” in the list (see tarnwick-basic --list).
-2 folders in the list have this name. Name the one you mean by its id (see --list --json).
-There is no folder “a” in the list (see tarnwick-basic --list).
-There is nothing to sync right now.
-“Gone” was skipped: the drive “This Mac” isn't connected.
-“OneDrive” was skipped: its backup folder is inside the original.
-“All” was skipped: its backup folder is inside the original.
-“Out” was skipped: its stored folders lead outside the drive or OneDrive.
-“Photos” was skipped: OneDrive wasn't found. Choose your OneDrive folder in Settings.
-)");
+    const std::string unstorable = "OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or end with "
+                                   "a space). Choose another name.";
+    const std::pair<const char *, std::string> rows[] = {
+        {"--add @/Photos @/Home/OneDrive/P", "“Photos” can't be backed up from there. Pick a folder inside your home "
+                                             "folder or on a connected drive."},
+        {"--add @/Home/Notes @/Home/OneDrive/c:d", unstorable},
+        {"--add @/Home/Notes @/Home/OneDrive/what?/../what?", unstorable},
+        {"--backup @/Home/Notes @/Home/OneDrive/c:d/there", unstorable},
+        {"--backup @/Home/All @/Home/OneDrive/A",
+         "The backup folder can't be inside the original folder (or the other way round)."},
+        {"--remove Stick", "There is no folder “Stick” in the list (see tarnwick-basic --list)."},
+        {"--remove Twin", "2 folders in the list have this name. Name the one you mean by its id (see --list --json)."},
+        {"--sync Notes a", "There is no folder “a” in the list (see tarnwick-basic --list)."},
+        {"--sync Off --json", "There is nothing to sync right now."},
+        {"--sync Gone", "“Gone” was skipped: the drive “This Mac” isn't connected."},
+        {"--onedrive @/Home/none", "“none” can't be the OneDrive folder: it isn't a folder."},
+        {"--onedrive a b", "usage: tarnwick-basic --onedrive [FOLDER]"}};
+    for (const auto &[line, sentence] : rows)
+        EXPECT_EQ(told(line, 2), sentence + '\n') << line;
+    EXPECT_EQ(told("--backup @/Home/Notes @/Home/not:OneDrive"), "1 file copied (4 bytes)\n");
 }
 
 TEST_F(ModelCommands, AFolderIsAddedListedAndTakenOut) {
@@ -110,8 +113,13 @@ TEST_F(ModelCommands, ASyncGoesToTheChosenAccountAndIsWrittenDownEverywhere) {
     EXPECT_EQ(log(), "Sync started (manual): Photos, Notes\nSync finished: 2 files copied (11 bytes)\n");
     EXPECT_EQ(tree.snapshot("Home/OneDrive-Work/Photos"), tree.snapshot("Volumes/Stick/Photos"));
     EXPECT_EQ(tree.snapshot("Home/OneDrive"), Snapshot());
-    for (const FolderPair &pair : settings().pairs)
-        EXPECT_TRUE(pair.lastSync == run.finished && pair.lastOK == true && pair.lastSummary == u"1 file copied");
+    AppConfig synced = config;
+    for (FolderPair &pair : synced.pairs) {
+        pair.lastSync = run.finished;
+        pair.lastOK = true;
+        pair.lastSummary = QStringLiteral("1 file copied");
+    }
+    EXPECT_EQ(settings(), synced);
     EXPECT_EQ(told("--sync Photos"), "Everything was already up to date\n");
     fs::remove_all(tree / "Home/Notes");
     EXPECT_EQ(told("--sync " + settings().pairs[1].id.toString(QUuid::WithoutBraces).toStdString(), 1),
@@ -120,20 +128,6 @@ TEST_F(ModelCommands, ASyncGoesToTheChosenAccountAndIsWrittenDownEverywhere) {
     EXPECT_EQ(history().size(), 3U);
     fs::remove(tree / "Support/config.json"); // but not the profile
     EXPECT_EQ(told("--list"), "Add a folder to back it up to OneDrive.\n");
-}
-
-TEST_F(ModelCommands, ABackupFolderThatCannotBeMadeIsOneProblemAndTheOtherFoldersAreSynced) {
-    tree.dir("Home/Notes/sub");
-    tree.dir("Home/OneDrive/Locked");
-    fs::permissions(tree / "Home/OneDrive/Locked", fs::perms(0555));
-    const std::string denied = "Notes/: couldn't create folder (Permission denied)\n";
-    EXPECT_EQ(told("--backup @/Home/Notes @/Home/OneDrive/Locked/N", 1), "1 problem\n" + denied);
-    AppConfig config = settings();
-    config.pairs[1].backupRelPath = QStringLiteral("Locked/N");
-    std::swap(config.pairs[0], config.pairs[1]);
-    save(config);
-    EXPECT_EQ(told("--sync", 1), "1 file copied (7 bytes) · 1 problem\n" + denied);
-    EXPECT_EQ(settings().pairs[0].lastSummary, QStringLiteral("Backup folder not available"));
 }
 
 TEST_F(ModelCommands, FoldersThatCameBackFromADriveAreTold) {
@@ -163,33 +157,12 @@ TEST_F(ModelCommands, AVolumeThatTheMountTableDoesNotTellIsAskedForItsRoom) {
     EXPECT_TRUE(fs::is_empty(tree / "Home/OneDrive/made"));
 }
 
-TEST_F(ModelCommands, ANameThatOneDriveCannotStoreIsRefusedForAFolderThatACommandNames) {
-    tree.dir("Home/OneDrive/c:d/there");
-    std::string refusal =
-        "OneDrive can't store that folder name (it can't hold \" * : < > ? \\ | or end with a space). "
-        "Choose another name.\n";
-    for (const char *backup : {"OneDrive/c:d", "OneDrive/c:d/there", "OneDrive/what?/../what?"}) {
-        const std::string folders = " @/Home/Notes @/Home/" + std::string(backup);
-        EXPECT_EQ(told("--add" + folders, 2), refusal);
-        EXPECT_EQ(told("--backup" + folders, 2), refusal);
-    }
-    EXPECT_EQ(told("--backup @/Home/Notes @/Home/not:OneDrive"), "1 file copied (4 bytes)\n");
-}
-
 TEST_F(ModelCommands, TheOneDriveFolderIsShownAndChosen) {
     tree.dir("Home/OneDrive-Work");
     EXPECT_EQ(told("--onedrive"), "~/OneDrive · in use\n~/OneDrive-Work\n");
     EXPECT_EQ(told("--onedrive @/Home/OneDrive-Work/."), "~/OneDrive-Work · in use\n");
     EXPECT_EQ(settings().oneDriveRootPath, QString::fromStdString(tree / "Home/OneDrive-Work"));
-    EXPECT_EQ(told("--onedrive @/Home/none", 2), "“none” can't be the OneDrive folder: it isn't a folder.\n");
-    EXPECT_EQ(told("--onedrive a b", 2), "usage: tarnwick-basic --onedrive [FOLDER]\n");
     EXPECT_EQ(told("--onedrive @/Volumes"), inTree("@/Volumes · chosen by hand · in use\n"));
-    fs::rename(tree / "Home/OneDrive", tree / "Home/Cloud");
-    fs::rename(tree / "Home/OneDrive-Work", tree / "Home/Work");
-    told("--onedrive @/Home/Work");
-    fs::remove(tree / "Home/Work");
-    EXPECT_EQ(told("--onedrive"), "OneDrive wasn't found (~/Work). Start your OneDrive client, or choose your OneDrive "
-                                  "folder in Settings.\n");
 }
 
 TEST_F(ModelCommands, NothingIsMadeBelowABareMountPoint) {
@@ -211,30 +184,6 @@ TEST_F(ModelCommands, NothingIsMadeBelowABareMountPoint) {
                               "2. Notes (This computer) → OneDrive/Notes · OneDrive isn't mounted\n" +
                                   away);
     EXPECT_TRUE(fs::is_empty(tree / "Home/OneDrive"));
-}
-
-TEST_F(ModelCommands, ASyncThatCameTooEarlyRunsWhenOneDriveIsMounted) {
-    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
-        GTEST_SKIP() << *reason;
-    std::optional<Mount> mount(std::in_place, "tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
-    told("--sync");
-    mount->lazyUnmount();
-    fs::rename(tree / "Volumes/Stick", tree / "away");
-    tree.file("away/Photos/late.jpg");
-    std::future<std::string> printed = std::async(std::launch::async, [&] { return told("--apptest 5"); });
-    const auto until = [&](const std::string &line) {
-        while (log().find(line) == std::string::npos &&
-               printed.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready) {
-        }
-    };
-    for (int i = 0; log().find("Ping") == std::string::npos && i < 500; ++i) { // until it is heard
-        tree.dir("Volumes/Ping " + std::to_string(i));
-        printed.wait_for(std::chrono::milliseconds(10));
-    }
-    fs::rename(tree / "away", tree / "Volumes/Stick");
-    until("Sync waits until OneDrive is mounted (driveConnected)");
-    mount.emplace("tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
-    EXPECT_NE(printed.get().find("SYNC [driveConnected] Photos: 2 files copied"), std::string::npos);
 }
 
 TEST_F(ModelCommands, ASyncKeepsOthersOutAndOnceStoppedIsRecordedAsCancelled) {
@@ -263,15 +212,23 @@ TEST_F(ModelCommands, ASyncKeepsOthersOutAndOnceStoppedIsRecordedAsCancelled) {
     EXPECT_TRUE(tree.snapshot("Home/OneDrive/Photos") == tree.snapshot("Volumes/Stick/Photos"));
 }
 
-TEST_F(ModelCommands, ADriveThatAppearsBringsItsFoldersBackAndIsSynced) {
+TEST_F(ModelCommands, ADriveThatAppearsBringsItsFoldersBackAndIsSyncedOnceOneDriveIsMounted) {
+    if (const auto reason = LoopMount::whyNot(LoopMount::Type::Tmpfs))
+        GTEST_SKIP() << *reason;
+    std::optional<Mount> mount(std::in_place, "tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
     EXPECT_EQ(told("--apptest 0"), "PAIRS Photos→Photos | Notes→Notes\n"); // leaves the profile
     fs::rename(tree / "Volumes/Stick", tree / "away");
     told("--remove Photos");
-    std::future<std::string> printed = std::async(std::launch::async, [&] { return told("--apptest 3"); });
-    for (int i = 0; log().empty() && printed.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready; ++i)
+    mount->lazyUnmount();
+    std::future<std::string> printed = std::async(std::launch::async, [&] { return told("--apptest 4"); });
+    const auto isOver = [&] { return printed.wait_for(std::chrono::milliseconds(10)) == std::future_status::ready; };
+    for (int i = 0; log().empty() && !isOver(); ++i)
         tree.dir("Volumes/Ping " + std::to_string(i)); // until it is heard
     expectOthersAreKeptOut();
     fs::rename(tree / "away", tree / "Volumes/Stick");
+    while (log().find("Sync waits until OneDrive is mounted (driveConnected)") == std::string::npos && !isOver()) {
+    }
+    mount.emplace("tmpfs", tree / "Home/OneDrive", "tmpfs", "size=900m");
     EXPECT_EQ(std::regex_replace(printed.get(), std::regex("t=[0-9]+s"), "t"),
               "[t] BANNER Brought back your folder choices for “Stick”. Check them below.\n"
               "[t] SYNC [driveConnected] Photos: 1 file copied (7 bytes)\n"

@@ -74,8 +74,9 @@ class Untouched {
     void expectUntouched() const;
 
   private:
-    static std::string factsOf(const fs::path &item);
+    std::string names() const;
+    std::string facts() const;
 
     fs::path top;
-    std::map<fs::path, std::string> before;
+    TestTree notes;
 };

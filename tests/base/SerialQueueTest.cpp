@@ -22,3 +22,12 @@ TEST(SerialQueue, NobodyWaitsForATaskThatHangsAndWhatFollowsIsStillRun) {
     ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     EXPECT_EQ(order, (std::vector{0, 1, 2}));
 }
+
+TEST(SerialQueue, WhatWasPostedIsDoneOnceItIsDrained) {
+    SerialQueue queue;
+    for (int done = 0, round = 1; round <= 100; ++round) { // with the thread sanitizer, a race with the thread is seen
+        queue.post([&] { ++done; });
+        EXPECT_TRUE(queue.drain(std::chrono::seconds(10)));
+        EXPECT_EQ(done, round);
+    }
+}

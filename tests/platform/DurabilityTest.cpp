@@ -1,9 +1,7 @@
 #include "platform/Durability.h"
 
 #include "base/FileDescriptor.h"
-#include "platform/Lock.h"
 #include "support/LoopMount.h"
-#include "support/TestTree.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
@@ -39,15 +37,5 @@ TEST_P(DurabilityOn, TheFlushFailsOnceTheDriveIsDead) {
 }
 
 INSTANTIATE_TEST_SUITE_P(FileSystems, DurabilityOn, testing::Values(LoopMount::Type::Ext4, LoopMount::Type::Xfs));
-
-TEST(Lock, IsHeldUntilItsDescriptorIsClosed) {
-    TestTree tree;
-    FileDescriptor first = openFolder(tree.top());
-    const FileDescriptor second = openFolder(tree.top());
-    ASSERT_TRUE(Lock::tryLock(first.get()));
-    EXPECT_FALSE(Lock::tryLock(second.get()));
-    first.reset();
-    EXPECT_TRUE(Lock::tryLock(second.get()));
-}
 
 } // namespace

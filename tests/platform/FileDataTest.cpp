@@ -58,14 +58,13 @@ TEST(FileData, ComesOverWholeAndHolesStayHoles) {
         std::fstream(tree / name, std::ios::in | std::ios::out).seekp(placeOfData) << noise(64 * 1024);
     }
     const auto goOn = [](std::int64_t) { return FileData::Continue::Yes; };
-    for (const auto &[name, dateAndContent] : tree.snapshot()) {
-        for (const auto &[target, devices] :
-             {std::pair(tree / "copy", FileData::Devices::Same),
-              std::pair(fs::path("/dev/shm/tarnwick-test-copy"), FileData::Devices::Different)}) {
-            copyData(tree / name, target, devices, goOn);
-            EXPECT_TRUE(TestTree(target.parent_path()).read(target.filename()) == tree.read(name)) << name << target;
-            EXPECT_LE(factsAt(target).st_blocks, factsAt(tree / name).st_blocks + 16) << name << target;
-            fs::remove(target);
+    for (const auto devices : {FileData::Devices::Same, FileData::Devices::Different}) {
+        const TestTree copies =
+            TestTree::below(devices == FileData::Devices::Same ? fs::temp_directory_path() : "/dev/shm");
+        for (const auto &[name, dateAndContent] : tree.snapshot()) {
+            copyData(tree / name, copies / name, devices, goOn);
+            EXPECT_TRUE(copies.read(name) == tree.read(name)) << copies / name;
+            EXPECT_LE(factsAt(copies / name).st_blocks, factsAt(tree / name).st_blocks + 16) << copies / name;
         }
     }
 }

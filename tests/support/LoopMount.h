@@ -36,10 +36,9 @@ class LoopMount {
 
     struct Options {
         Type type = Type::Ext4;
-        std::int64_t size = 0;         ///< bytes; 0 for a size that holds some 10 MB (Xfs takes at least 300 MB)
-        std::string name = "drive";    ///< of the mount point
-        fs::path below = "/mnt";       ///< where the fresh folder that holds the mount point is made
-        std::string mountOptions = ""; ///< joined with "," as mount takes them, such as "nr_inodes=20"
+        std::int64_t size = 0;      ///< bytes; 0 for a size that holds some 10 MB (Xfs takes at least 300 MB)
+        std::string name = "drive"; ///< of the mount point
+        fs::path below = "/mnt";    ///< where the fresh folder that holds the mount point is made
     };
 
     LoopMount() : LoopMount(Options()) {}
@@ -66,12 +65,10 @@ class LoopMount {
     void remountReadOnly();
 
   private:
-    void makeFileSystem(const Options &options);
     void removeFolders();
 
     fs::path fresh;
     fs::path mountPoint;
-    fs::path image;
     fs::path source;
     std::optional<Mount> mount;
 };

@@ -1,10 +1,11 @@
 #include "support/ServedMount.h"
 
+#include "support/Shell.h"
+
 #include <QStringList>
 
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -52,11 +53,9 @@ void ServedMount::kill() const {
         ::kill(static_cast<pid_t>(server.processId()), SIGKILL);
 }
 
-std::optional<std::string> ServedMount::whyNot(const std::string &probe) {
-    if (::access("/dev/fuse", R_OK | W_OK) != 0)
-        return "there is no /dev/fuse that may be used";
-    const std::string command = "PATH=$PATH:/usr/sbin:/sbin; type fusermount3 && " + probe;
-    if (std::system(("{ " + command + "; } >/dev/null 2>&1").c_str()) != 0)
-        return "not everything is installed: fusermount3, " + probe;
+std::optional<std::string> ServedMount::whyNot(const std::string &probe) try {
+    shell("test -w /dev/fuse && type fusermount3 && " + probe);
     return std::nullopt;
+} catch (const std::exception &error) {
+    return error.what();
 }

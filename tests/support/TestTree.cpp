@@ -3,8 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
-#include <stdexcept>
+#include <sstream>
 #include <system_error>
 
 #include <fcntl.h>
@@ -17,13 +16,6 @@ namespace {
     throw std::system_error(errno, std::generic_category(), path.native());
 }
 
-fs::path freshFolder() {
-    std::string pattern = fs::temp_directory_path() / "tarnwick-test-XXXXXX";
-    if (!::mkdtemp(pattern.data()))
-        fail(pattern);
-    return pattern;
-}
-
 FileTime timeOf(const fs::path &path) {
     struct stat facts = {};
     if (::lstat(path.c_str(), &facts) != 0)
@@ -33,9 +25,10 @@ FileTime timeOf(const fs::path &path) {
 
 std::string contentOf(const fs::path &path) {
     std::ifstream stream(path, std::ios::binary);
-    if (!stream)
+    std::ostringstream content;
+    if (!stream || (stream.peek() != EOF && !(content << stream.rdbuf())))
         fail(path);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
+    return std::move(content).str();
 }
 
 std::string describe(const fs::path &path) {
@@ -46,7 +39,10 @@ std::string describe(const fs::path &path) {
         return "link to " + fs::read_symlink(path).native();
     case fs::file_type::regular: {
         const FileTime time = timeOf(path);
-        return std::to_string(time.seconds) + '.' + std::to_string(time.nanoseconds) + ' ' + contentOf(path);
+        std::string content = contentOf(path);
+        if (content.size() > 200) // which nobody would read
+            content = std::to_string(content.size()) + " bytes #" + std::to_string(std::hash<std::string>()(content));
+        return std::to_string(time.seconds) + '.' + std::to_string(time.nanoseconds) + ' ' + content;
     }
     default:
         return "other";
@@ -55,10 +51,11 @@ std::string describe(const fs::path &path) {
 
 } // namespace
 
-TestTree::TestTree() : folder(freshFolder()) {
-}
-
-TestTree::TestTree(const fs::path &existing) : folder(existing), isOwn(false) {
+fs::path freshFolder(const fs::path &below) {
+    std::string pattern = below / "tarnwick-test-XXXXXX";
+    if (!::mkdtemp(pattern.data()))
+        fail(pattern);
+    return pattern;
 }
 
 TestTree::~TestTree() {
