@@ -11,14 +11,16 @@ import time
 from desktop import wait_for
 
 HERE = pathlib.Path(__file__).parent
+HANGS = "hang"
 
 
 class Helper:
-    """A program beside the desktop that is told something by lines, and ends when it is no longer told anything."""
+    """A program beside the desktop that is told something by lines, answers each with one, and ends with its input."""
 
     def __init__(self, *words):
-        self.process = subprocess.Popen(list(map(str, words)), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=subprocess.DEVNULL, text=True, cwd="/", start_new_session=True)
+        self.process = subprocess.Popen(["/usr/bin/python3", *map(str, words)], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, cwd="/",
+                                        start_new_session=True)
 
     def __enter__(self):
         return self
@@ -33,27 +35,21 @@ class Helper:
             self.process.wait()
             self.process.stdout.close()
 
-    def tell(self, line):
+    def ask(self, line=""):
         self.process.stdin.write(line + "\n")
         self.process.stdin.flush()
-
-    def ask(self, line=""):
-        self.tell(line)
         return json.loads(self.process.stdout.readline() or "{}")
 
 
-HANGS = "hang"
-
-
 class SlowMount(Helper):
-    """`folder` mounted at `place`, with a delay of each answer, in seconds or HANGS. However it is left, no request stays without one. Never
-    look at the place itself while it hangs."""
+    """`folder` mounted at `place`, with a delay of each answer, in seconds or HANGS. However it is left, no request stays
+    without one. Never look at the place itself while it hangs."""
 
     def __init__(self, folder, place, pace=0):
-        self.folder, self.place = pathlib.Path(folder), pathlib.Path(place)
-        for each in (self.folder, self.place):
+        self.place = pathlib.Path(place)
+        for each in (pathlib.Path(folder), self.place):
             each.mkdir(parents=True, exist_ok=True)
-        super().__init__("/usr/bin/python3", HERE / "slow-mount", self.folder, self.place, pace)
+        super().__init__(HERE / "slow-mount", folder, place, pace)
 
     def __enter__(self):
         with contextlib.suppress(BrokenPipeError):
@@ -78,12 +74,12 @@ class Watch(Helper):
     """What the main thread of an application does, see main-thread-watch."""
 
     def __init__(self):
-        super().__init__("/usr/bin/python3", HERE / "main-thread-watch")
-        self.ask("begin")  # it takes a while to start
+        super().__init__(HERE / "main-thread-watch")
+        self.begin()  # it takes a while to start
 
     def follow(self, process):
         """From its start on."""
-        self.tell(f"process {process}")
+        self.ask(f"process {process}")
 
     def call(self, lock):
         """Calls the application, too, from now on; `lock` is the file in which it says where it can be reached."""
@@ -96,24 +92,15 @@ class Watch(Helper):
     def so_far(self):
         return self.ask("tell")
 
-    def longest(self):
-        """In seconds, since the last begin(): how long it slept outside its event loop, how long it left a call without
-        an answer, and where it slept."""
-        said = self.so_far()
-        return said["slept"], said["unanswered"], said["where"]
-
     def wait_until_at_rest(self, patience, quiet=1.0, meanwhile=lambda: None):
         """Until it has answered at once for a while, and `meanwhile` hasn't changed; whether that came."""
         seen = [None]
 
         def has_come():
-            now = meanwhile()
-            if now == seen[0] and self.so_far()["restSince"] >= quiet:
-                return True
-            if now != seen[0]:
+            before, seen[0] = seen[0], meanwhile()
+            if seen[0] != before:
                 self.ask("stir")
-            seen[0] = now
-            return False
+            return seen[0] == before and self.so_far()["restSince"] >= quiet
 
         return bool(wait_for("a rest", has_come, patience, may_fail=True))
 
@@ -121,13 +108,11 @@ class Watch(Helper):
 class Windows:
     """The windows that the window manager has, with the moments at which they came and went."""
 
-    def __init__(self):
+    def __enter__(self):
         self.changes = [(time.monotonic(), frozenset())]
         self.process = subprocess.Popen(["xprop", "-spy", "-root", "_NET_CLIENT_LIST"], stdout=subprocess.PIPE,
                                         stderr=subprocess.DEVNULL, text=True)
         threading.Thread(target=self.read, daemon=True).start()
-
-    def __enter__(self):
         wait_for("the window manager", lambda: len(self.changes) > 1)
         return self
 
