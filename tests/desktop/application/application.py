@@ -6,7 +6,7 @@ import sys
 import unittest
 
 from desktop import Desktop, said, wait_for
-from waits import SlowMount
+from slow import SlowMount
 
 PROGRAM = os.path.abspath(sys.argv[1])
 

@@ -7,9 +7,11 @@ import subprocess
 import time
 import unittest
 
+import dbus.bus
+
 from application import PROGRAM, ApplicationTest
-from desktop import wait_for
-from waits import HANGS, SlowMount, Watch, Windows
+from desktop import APPLICATION, wait_for
+from slow import HANGS, SlowMount
 
 LONGEST_WAIT = 2  # seconds
 START_LIMIT = 4
@@ -20,41 +22,32 @@ class Test(ApplicationTest):
     """The application's main thread never waits for such a disk. The limits are generous, for machines under load and
     whatever else a start waits for: who waits for the disks of these tests waits much longer."""
 
-    def watch(self):
-        self.desktop.start_panel()
-        wait_for("the panel", self.desktop.work_area)
-        self.windows = self.enterContext(Windows())
-        self.watched = self.enterContext(Watch())
-
     def start(self):
-        self.watched.begin()
-        self.before = self.windows.now()
         application = self.desktop.launch()
-        self.watched.follow(application.pid)
-        wait_for("the window in time", lambda: self.windows.now() - self.before, START_LIMIT)
+        wait_for("the window in time", self.desktop.windows, START_LIMIT)
         wait_for("its word where it can be reached", lambda: self.desktop.holder() == application.pid, START_LIMIT)
-        self.watched.call(self.desktop.lock)
-        self.settle("the start")
+        self.expect_answers()
         return application
 
-    def settle(self, action):
-        self.assertTrue(self.watched.wait_until_at_rest(10, quiet=0.3), f"a rest after {action}")
-        seen = self.watched.so_far()
-        self.assertLess(seen["slept"], LONGEST_WAIT, f"{action}: asleep in {seen['where']}")
-        self.assertLess(seen["unanswered"], LONGEST_WAIT, f"{action}: calls left without an answer")
+    def expect_answers(self):
+        """The main thread answers them, from its event loop."""
+        _, name, address = self.desktop.lock.read_text().split()
+        application = dbus.bus.BusConnection(address).get_object(name, "/org/tarnwick/Basic", introspect=False)
+        for _ in range(10):
+            application.GetAll(APPLICATION, dbus_interface="org.freedesktop.DBus.Properties", timeout=LONGEST_WAIT)
+        return True
 
     def action(self, name, act, has_come=lambda: True, patience=5):
-        self.watched.begin()
         act()
-        wait_for(name, has_come, patience)
-        self.settle(name)
+        wait_for(name, lambda: self.expect_answers() and has_come(), patience)
+        self.expect_answers()
 
     def all_actions(self, mount):
         desktop = self.desktop
         for tab in ("Activity", "Settings", "Folders"):
             self.action(tab, lambda: desktop.press("radio button", tab), lambda: desktop.is_chosen(tab))
         asked = mount.asked()
-        self.action("the tray menu", lambda: self.assertTrue(desktop.open_menu()))
+        self.action("the tray menu", lambda: self.assertTrue(desktop.open_menu(LONGEST_WAIT)))
         self.action("a second start", desktop.tell)
         wait_for("a look at the disk", lambda: mount.holds() or mount.asked() > asked)
 
@@ -67,13 +60,13 @@ class Test(ApplicationTest):
     def end(self, application):
         """Until another start would be the first one again; the process itself may still have to wait for an answer."""
         application.terminate()
-        wait_for("the end in time", lambda: not self.windows.now() - self.before and self.desktop.is_free(), QUIT_LIMIT)
+        wait_for("the end in time", lambda: not self.desktop.windows() and self.desktop.is_free(), QUIT_LIMIT)
 
     def test_slow(self):
         desktop = self.desktop
         for number in range(6):
             desktop.add(f"Folder {number}", {"a.txt": "one"})
-        self.watch()
+        desktop.start_panel()
         with SlowMount(desktop.top / "stored", desktop.cloud) as cloud:
             cloud.answer_after(0.1)
             application = self.start()
@@ -89,7 +82,7 @@ class Test(ApplicationTest):
                 SlowMount(stored / "cloud", desktop.cloud) as cloud:
             desktop.add("Slow", {"a.txt": "one"})
             desktop.add("Notes", {"b.txt": "two"})
-            self.watch()
+            desktop.start_panel()
             slow.answer_after(HANGS)
             application = self.start()
             wait_for("a request that is held back", slow.holds)
@@ -102,7 +95,7 @@ class Test(ApplicationTest):
                              "1 file copied (3 bytes)\n“Slow” was skipped: “Slow” isn't answering.\n")
             self.assertGreater(time.monotonic() - asked, 15, "the patience with a disk that has to spin up")
             self.assertEqual((stored / "cloud/Notes/b.txt").read_text(), "two")
-            self.settle("the sync's end")
+            self.expect_answers()
             cloud.answer_after(HANGS)
             began = time.monotonic()
             self.expect_silence({"Slow": "Slow", "Notes": "OneDrive-Test"})

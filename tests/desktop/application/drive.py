@@ -9,7 +9,7 @@ import unittest
 from application import ApplicationTest
 from desktop import wait_for
 from notifications import NotificationServer
-from waits import SlowMount
+from slow import SlowMount
 
 PROFILE = """{"app": "Tarnwick Basic", "machine": "0123456789abcdef", "savedBy": "Old Mac",
     "savedAt": "2026-01-02T03:04:05Z", "version": 1,
