@@ -79,8 +79,9 @@ TEST_F(FoldersTabTest, ARowIsTickedSyncedMovedAndRemoved) {
     const auto *alert = part<QMessageBox>();
     ASSERT_TRUE(alert);
     EXPECT_EQ(alert->text(), QStringLiteral("That folder can't be used"));
-    EXPECT_EQ(QTextDocumentFragment::fromHtml(alert->informativeText()).toPlainText(),
-              world.add(model, world.home("Documents/Notes"), world.oneDrive("<b> & none/new")));
+    const auto refusal = world.add(model, world.home("Documents/Notes"), world.oneDrive("<b> & none/new"));
+    EXPECT_EQ(QTextDocumentFragment::fromHtml(alert->informativeText()).toPlainText().toStdString(),
+              refusal.value().toStdString());
     row->chooseBackup();
     EXPECT_TRUE(waitFor([&] { return model.config().pairs.at(0).backupRelPath == QStringLiteral("Elsewhere"); }));
     EXPECT_EQ(panels.at(0), "Choose Backup Folder|Where in OneDrive should “Photos” be backed up?|Back Up Here");
