@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import socket
 import sys
 import unittest
 
@@ -14,6 +15,11 @@ PROGRAM = os.path.abspath(sys.argv[1])
 class ApplicationTest(unittest.TestCase):
     def setUp(self):
         self.desktop = self.enterContext(Desktop(PROGRAM))
+        # A system bus that takes connections and never says a word: nobody waits for it.
+        bus = self.enterContext(socket.socket(socket.AF_UNIX))
+        bus.bind(str(self.desktop.top / "run/mute"))
+        bus.listen()
+        os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={self.desktop.top}/run/mute"
         self.addCleanup(lambda: print(self.desktop.log()))  # for whoever reads why a test failed
 
     def close_window(self, has_notice=None):
