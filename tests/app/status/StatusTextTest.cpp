@@ -2,7 +2,7 @@
 
 #include "app/BrandGlyph.h"
 #include "base/Fmt.h"
-#include "ui/SampleWindow.h"
+#include "screens/SampleWindow.h"
 
 #include <gtest/gtest.h>
 

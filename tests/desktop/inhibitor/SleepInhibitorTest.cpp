@@ -9,12 +9,8 @@
 #include <QDebug>
 
 #include <csignal>
-#include <cstddef>
-#include <cstring>
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -33,49 +29,6 @@ const std::string none = " {}]) ) ";
 
 std::string one(const std::string &reason) {
     return R"( {[Argument: (ssssuu) "idle", "Tarnwick Basic", ")" + reason + R"(", "block", 1000, 123456]}]) ) )";
-}
-
-int useWithoutBus() {
-    ::alarm(10);
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
-    const QCoreApplication app(argumentCount, nullptr);
-    SleepInhibitor sleep;
-    sleep.begin(QStringLiteral("reason"));
-    QCoreApplication::processEvents();
-    sleep.end();
-    return QDBusConnection::systemBus().isConnected() ? 1 : 0;
-}
-
-/// A bus that takes connections and never says a word.
-int useWithMuteBus() {
-    ::alarm(10);
-    sockaddr_un place = {};
-    place.sun_family = AF_UNIX;
-    const QByteArray name = "tarnwick-mute-" + QByteArray::number(::getpid());
-    std::memcpy(place.sun_path + 1, name.data(), static_cast<std::size_t>(name.size()));
-    const int bus = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    const auto length =
-        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(name.size()));
-    if (::bind(bus, reinterpret_cast<const sockaddr *>(&place), length) != 0 || ::listen(bus, 8) != 0)
-        return 2;
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:abstract=" + name);
-    const QCoreApplication app(argumentCount, nullptr);
-    SleepInhibitor sleep;
-    sleep.begin(QStringLiteral("reason"));
-    const int connection = ::accept(bus, nullptr, nullptr); // somebody asks there
-    QCoreApplication::processEvents();
-    sleep.end();
-    return connection >= 0 ? 0 : 1;
-}
-
-TEST(SleepInhibitorDeathTest, NeverWaitsForAMuteBus) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::exit(useWithMuteBus()), testing::ExitedWithCode(0), "");
-}
-
-TEST(SleepInhibitorDeathTest, DoesNothingWithoutABus) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, for it keeps the first bus that it meets
-    EXPECT_EXIT(std::exit(useWithoutBus()), testing::ExitedWithCode(0), "");
 }
 
 TEST(SleepInhibitorTest, HoldsOneFromBeginToEndAndNeverWaits) {

@@ -1,6 +1,6 @@
 // Draws the pictures of docs/screenshots: render_screens FOLDER. Each state of the window, light and dark.
 
-#include "SampleWindow.h"
+#include "screens/SampleWindow.h"
 #include "ui/AddFolderSheet.h"
 #include "ui/ClientsPage.h"
 #include "ui/FolderPanel.h"

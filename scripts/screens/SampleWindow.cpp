@@ -1,4 +1,4 @@
-#include "SampleWindow.h"
+#include "screens/SampleWindow.h"
 
 #include "store/TestRoot.h"
 
