@@ -1,14 +1,10 @@
 #include "sync/PlanUnderTest.h"
 
 #include "base/Text.h"
-#include "support/Restricted.h"
 #include "support/TestTree.h"
 #include "sync/Planner.h"
 
 #include <algorithm>
-
-#include <sys/mman.h>
-#include <sys/wait.h>
 
 namespace PlanUnderTest {
 
@@ -62,37 +58,6 @@ Lines told(const PairPlan &plan) {
 Lines sorted(Lines lines) {
     std::sort(lines.begin(), lines.end());
     return lines;
-}
-
-std::optional<std::string> inChild(const std::function<std::string()> &act) {
-    const FileDescriptor shared(::memfd_create("result", MFD_CLOEXEC));
-    const pid_t child = ::fork();
-    if (child == 0) {
-        // An exception must not run on into the test program; _exit leaves the parent's objects alone.
-        const std::string result = [&]() noexcept { return act(); }();
-        ::_exit(::write(shared.get(), result.data(), result.size()) == std::ssize(result) ? 0 : 1);
-    }
-    int status = 0;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0)
-        return std::nullopt;
-    std::string result(static_cast<std::size_t>(::lseek(shared.get(), 0, SEEK_END)), '\0');
-    if (::pread(shared.get(), result.data(), result.size(), 0) != std::ssize(result))
-        return std::nullopt;
-    return result;
-}
-
-std::optional<std::string> asOrdinaryUser(const std::function<std::string()> &act) {
-    return inChild([&] {
-        Restricted::becomeOrdinaryUser();
-        return act();
-    });
-}
-
-std::string text(const Lines &lines) {
-    std::string text;
-    for (const std::string &line : lines)
-        text += line + '\n';
-    return text;
 }
 
 } // namespace PlanUnderTest

@@ -2,8 +2,6 @@
 
 #include "sync/PairPlan.h"
 
-#include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,14 +21,5 @@ Lines told(const PairPlan &plan);
 
 /// The lines in the order of their bytes: for plans of folders whose order is the file system's affair.
 Lines sorted(Lines lines);
-
-/// What `act` returns in a child process; none when the child did not get that far.
-std::optional<std::string> inChild(const std::function<std::string()> &act);
-
-/// The same without the rights of root. Folders that `act` needs must be open to everyone.
-std::optional<std::string> asOrdinaryUser(const std::function<std::string()> &act);
-
-/// The lines as one text, for handing them out of a child.
-std::string text(const Lines &lines);
 
 } // namespace PlanUnderTest

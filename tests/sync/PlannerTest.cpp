@@ -1,19 +1,14 @@
 #include "support/LoopMount.h"
-#include "support/Restricted.h"
 #include "support/TestTree.h"
 #include "sync/PlanUnderTest.h"
 
-#include <cerrno>
 #include <gtest/gtest.h>
-
-#include <sys/syscall.h>
 
 namespace {
 
 using PlanUnderTest::Lines;
 using PlanUnderTest::planOf;
 using PlanUnderTest::sorted;
-using PlanUnderTest::text;
 using PlanUnderTest::told;
 
 const std::string keptNewer = " — the copy in OneDrive is newer, so it was left alone";
@@ -21,8 +16,6 @@ const std::string fileThere = " — a file with the same name is already in the 
 const std::string folderThere = " — a folder with the same name is already in the backup";
 const std::string twinHere =
     " — another item here has the same name once capital letters are ignored; rename one of them";
-const std::string ownUnreadable = ": couldn't read your folder of this folder, so it was skipped. ";
-const std::string backupUnreadable = ": couldn't read the backup copy of this folder, so it was skipped. ";
 const std::string backupItself = ": this is the backup folder itself, so it was skipped";
 
 /// A path below the pair's folders; one that ends with "/" is a folder.
@@ -106,46 +99,6 @@ TEST(Planner, OfTwinsOneIsPlannedAndTheOtherReported) {
     EXPECT_TRUE(plan == (Lines{"added e\u0301 > e\u0301: 7@0", "\u00C9" + twinHere}) ||
                 plan == (Lines{"folder \u00C9 > \u00C9", "added \u00C9/in > \u00C9/in: 7@0", "e\u0301" + twinHere}))
         << testing::PrintToString(plan);
-}
-
-/// The plan of "original" and "backup" as a user makes it who has no right to these folders.
-std::optional<std::string> planWithLocked(const TestTree &tree, const Lines &folders) {
-    fs::permissions(tree.top(), fs::perms(0755));
-    for (const std::string &folder : folders)
-        fs::permissions(tree / folder, fs::perms::none);
-    const std::optional<std::string> plan =
-        PlanUnderTest::asOrdinaryUser([&] { return text(sorted(told(planOf(tree / "original", tree / "backup")))); });
-    for (const std::string &folder : folders)
-        fs::permissions(tree / folder, fs::perms(0755));
-    return plan;
-}
-
-TEST(Planner, UnreadableFoldersAreProblemsAndTheirSiblingsGoOn) {
-    TestTree tree;
-    for (const std::string sub : {"in/locked here", "in/locked there", "new and locked", "open"}) {
-        tree.file("original/" + sub + "/deeper/file");
-        tree.link("original/" + sub + "/link", "file");
-    }
-    for (const std::string sub : {"in/Locked Here", "in/locked there", "open"})
-        tree.file("backup/" + sub + "/deeper/.tw-a.twtmp");
-    // The links in "locked there" were counted before its backup was asked for.
-    EXPECT_EQ(
-        planWithLocked(tree, {"original/in/locked here", "backup/in/locked there", "original/new and locked"}),
-        text(sorted({"in/locked here" + ownUnreadable + "Permission denied",
-                     "in/locked there" + backupUnreadable + "Permission denied",
-                     "new and locked" + ownUnreadable + "Permission denied", "folder new and locked > new and locked",
-                     "added open/deeper/file > open/deeper/file: 7@0", "temp open/deeper/.tw-a.twtmp", "links: 2"})));
-    EXPECT_EQ(planWithLocked(tree, {"backup"}), "backup" + backupUnreadable + "Permission denied\n");
-}
-
-TEST(Planner, ATimeoutIsOneDriveNotResponding) {
-    TestTree tree;
-    tree.dir("original");
-    EXPECT_EQ(PlanUnderTest::inChild([&] {
-                  Restricted::refuseCall(SYS_getdents64, ETIMEDOUT);
-                  return text(told(planOf(tree / "original", tree.top())));
-              }),
-              "original" + ownUnreadable + "OneDrive didn't respond (it may still be downloading this folder)\n");
 }
 
 TEST(Planner, LinksAreNeverFollowed) {

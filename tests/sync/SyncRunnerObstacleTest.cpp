@@ -1,7 +1,6 @@
 #include "base/Text.h"
 #include "platform/FolderAnchor.h"
 #include "platform/Lock.h"
-#include "sync/PlanUnderTest.h"
 #include "sync/RunUnderTest.h"
 #include "sync/TempArea.h"
 
@@ -111,40 +110,6 @@ TEST(SyncRunner, AnOldVersionSetAsideStaysWhileItsPairHasErrorsOrItsPlaceIsEmpty
     fs::remove(box / "OneDrive/A/file");
     run({box.job("A")});
     EXPECT_EQ(box.leftovers(), Lines{"OneDrive/B/" + orphan});
-}
-
-TEST(SyncRunner, WhatAnOrdinaryUserMayNotReadOrWriteIsAnErrorLine) {
-    EXPECT_EQ(PlanUnderTest::asOrdinaryUser([] {
-                  Sandbox box;
-                  box.file("A/secret");
-                  box.file("A/open");
-                  fs::permissions(box / "A/secret", fs::perms::none);
-                  box.file("B/sub/file");
-                  box.dir("OneDrive/B");
-                  fs::permissions(box / "OneDrive/B", fs::perms(0500));
-                  const std::string lines = PlanUnderTest::text(told(run({box.job("A"), box.job("B")})));
-                  fs::permissions(box / "OneDrive/B", fs::perms(0700));
-                  return lines + PlanUnderTest::text(box.leftovers());
-              }),
-              PlanUnderTest::text({"copied 1, 7, folders 1", "error: A/secret: Permission denied",
-                                   "error: B/sub: couldn't create folder (Permission denied)",
-                                   "error: B/sub/file: Permission denied", "added open 7", "pair A: 1, 7, 1",
-                                   "pair B: 0, 0, 2"}));
-}
-
-TEST(SyncRunner, AFolderThatAnOrdinaryUserMayNotEnterKeepsNoOtherFileFromTheDisk) {
-    EXPECT_EQ(PlanUnderTest::asOrdinaryUser([] {
-                  Sandbox box;
-                  box.file("A/sub/file"); // the first to touch the disk
-                  box.file("B/file");
-                  box.dir("OneDrive/A/sub");
-                  fs::permissions(box / "OneDrive/A/sub", fs::perms(0400));
-                  const std::string lines = PlanUnderTest::text(told(run({box.job("A"), box.job("B")})));
-                  fs::permissions(box / "OneDrive/A/sub", fs::perms(0700));
-                  return lines + PlanUnderTest::text(box.leftovers());
-              }),
-              PlanUnderTest::text({"copied 1, 7, folders 1", "error: A/sub/file: Permission denied", "added file 7",
-                                   "pair A: 0, 0, 1", "pair B: 1, 7, 0"}));
 }
 
 } // namespace
