@@ -67,9 +67,10 @@ constexpr const char *help =
 Nothing in BACKUP is ever removed, nothing in ORIGINAL is ever changed, and a newer
 file in BACKUP is never replaced by an older one.
 
-Exit status: 0 all is well; 1 something could not be backed up, or the result could
-not be written; 2 wrong usage or nothing could be done; 3 refused to start; 130
-stopped by Ctrl-C, which stops safely the first time and at once the second.)";
+Exit status: 0 all is well; 1 something could not be backed up, the settings could
+not be saved or the result could not be written; 2 wrong usage or nothing could be
+done; 3 refused to start; 130 stopped by Ctrl-C, which stops safely the first time
+and at once the second.)";
 
 int runSelfTest(const std::vector<std::string> &arguments) {
     const std::unique_ptr<QCoreApplication> application = ModelSession::makeApplication();

@@ -27,11 +27,13 @@ TEST_F(DrivesUnderTest, NoProfileIsLostThatIsNotYetBroughtBack) {
     writeProfile(drive, "A");
     writeProfile(other, "B");
     AppModel::setReadOnly(true);
-    load({});
-    launch(false);
-    EXPECT_EQ(listed(), Lines()) << "while nothing is touched";
-    AppModel::setReadOnly(false);
     load({"+ This Mac:N > N"});
+    launch(false);
+    start();
+    EXPECT_FALSE(model->busy());
+    EXPECT_EQ(listed(), Lines{"+ This Mac:N > N"}) << "while nothing is touched";
+    AppModel::setReadOnly(false);
+    startAnew();
     mountDrive(drive);
     EXPECT_EQ(profile(other), Lines{"+ B"}) << "it is there, too, but was not looked at";
     mountDrive(other);

@@ -6,6 +6,8 @@
 #include <functional>
 #include <regex>
 
+#include <sys/stat.h>
+
 using namespace Store;
 using DriveProfileTest = StoreUnderTest;
 
@@ -14,6 +16,7 @@ const ProfilePair photos = {QStringLiteral("Photos"), QStringLiteral("Backups/Ph
 
 TEST_F(DriveProfileTest, StandsBesideWhatOthersKeepThereAndCanBeReadByAll) {
     tree.file("Volumes/Drive/.Tarnwick/theirs");
+    ::umask(022);
     writeProfile({photos}, tree / "Volumes/Drive");
     EXPECT_TRUE(std::regex_match(machineID().toStdString(), std::regex("[0-9a-f]{16}")));
     EXPECT_FALSE(readProfile(tree / "Volumes/Drive")->savedBy.isEmpty());

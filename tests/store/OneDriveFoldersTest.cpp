@@ -123,36 +123,37 @@ TEST_F(OneDriveFolders, OnAMountOfTheirOwnAreThereWhileItIs) {
         tree.dir(folder);
     tree.link("OneDrive-link", "disk/cloud");
     const auto text = [&](const char *relative) { return QString::fromStdString(tree / relative); };
-    const auto stateOf = [&](const std::optional<QString> &chosen, const char *kept) {
-        const auto inUse = Locations::oneDriveInUse(chosen, text(kept), Locations::oneDriveFolders());
+    const auto expect = [&](const char *chosen, const char *kept, const std::string &state) {
+        const auto choice = *chosen ? std::optional(text(chosen)) : std::nullopt;
+        const auto inUse = Locations::oneDriveInUse(choice, text(kept), Locations::oneDriveFolders());
         const std::string root = inUse.root ? inUse.root->lexically_relative(tree.top()).native() : "";
         const std::string gone = inUse.goneChoice ? " instead of " + inUse.goneChoice->filename().native() : "";
-        return inUse.state == State::NotMounted ? "not mounted" : root + (inUse.mountPoint ? ", mounted" : "") + gone;
+        EXPECT_EQ(inUse.state == State::NotMounted ? "away" : root + (inUse.mountPoint ? ", mounted" : "") + gone,
+                  state)
+            << chosen << " and " << kept;
     };
-    EXPECT_EQ(stateOf(std::nullopt, "OneDrive"), "not mounted") << "never the other account's folder";
-    EXPECT_EQ(stateOf(text("OneDrive"), "OneDrive"), "not mounted");
-    EXPECT_EQ(stateOf(text("disk/cloud"), "disk"), "not mounted");
-    EXPECT_EQ(stateOf(text("OneDrive-link"), "disk"), "not mounted");
-    EXPECT_EQ(stateOf(text("gone"), "disk"), "not mounted");
-    EXPECT_EQ(stateOf(text("OneDrive-Other"), "disk"), "OneDrive-Other") << "what is remembered is another folder's";
+    expect("", "OneDrive", "away"); // never the other account's folder
+    expect("OneDrive", "OneDrive", "away");
+    for (const char *chosen : {"disk/cloud", "OneDrive-link", "gone"})
+        expect(chosen, "disk", "away");
+    expect("OneDrive-Other", "disk", "OneDrive-Other"); // what is remembered is another folder's
     EXPECT_EQ(Locations::mountPointToKeep(tree / "OneDrive"), std::nullopt);
     {
         const Mount mount("tmpfs", tree / "OneDrive", "tmpfs");
-        EXPECT_EQ(stateOf(std::nullopt, "OneDrive"), "OneDrive, mounted");
-        EXPECT_EQ(stateOf(text("OneDrive"), "OneDrive"), "OneDrive, mounted");
-        EXPECT_EQ(stateOf(text("gone"), "OneDrive"), "OneDrive, mounted instead of gone");
+        expect("", "OneDrive", "OneDrive, mounted");
+        expect("gone", "OneDrive", "OneDrive, mounted instead of gone");
         EXPECT_EQ(Locations::mountPointToKeep(tree / "OneDrive"), tree / "OneDrive");
-        const Mount inner("tmpfs", tree / "OneDrive", "tmpfs");
-        EXPECT_EQ(stateOf(text("OneDrive"), "OneDrive"), "OneDrive, mounted") << "twice over the other";
+        const Mount inner("tmpfs", tree / "OneDrive", "tmpfs"); // twice over the other
+        expect("OneDrive", "OneDrive", "OneDrive, mounted");
     }
     const Mount disk("tmpfs", tree / "disk", "tmpfs");
-    EXPECT_EQ(stateOf(text("disk/cloud"), "disk"), "OneDrive instead of cloud") << "missing on its present mount";
+    expect("disk/cloud", "disk", "OneDrive instead of cloud"); // missing on its present mount
     tree.dir("disk/cloud");
-    EXPECT_EQ(stateOf(text("disk/cloud"), "disk"), "disk/cloud, mounted");
+    expect("disk/cloud", "disk", "disk/cloud, mounted");
     EXPECT_EQ(Locations::mountPointToKeep(tree / "OneDrive-link"), tree / "disk");
     const Mount over("tmpfs", tree.top(), "tmpfs");
-    fs::create_directories(tree / "disk/cloud");
-    EXPECT_EQ(stateOf(text("disk/cloud"), "disk"), "not mounted") << "covered by another mount";
+    tree.dir("disk/cloud");
+    expect("disk/cloud", "disk", "away"); // covered by another mount
 }
 
 } // namespace
