@@ -12,7 +12,6 @@
 #include "sync/OneDriveNames.h"
 #include "sync/PairPlanJson.h"
 #include "sync/PlannedJob.h"
-#include "sync/Planner.h"
 #include "sync/SyncRunner.h"
 
 #include <algorithm>
@@ -70,34 +69,29 @@ std::optional<fs::path> mountPointAround(const fs::path &backup, const AppConfig
     return kept && Paths::isWithin(Locations::resolved(backup), *kept) ? kept : std::nullopt;
 }
 
-SyncJob jobFor(const fs::path &original, const fs::path &backup) {
-    SyncJob job;
-    job.pairID = QUuid::createUuid();
-    job.name = Text::fromBytes(Paths::lastComponent(original));
-    job.original = original;
-    job.backup = backup;
+/// None when the two folders overlap.
+std::optional<SyncJob> jobFor(const fs::path &original, const fs::path &backup) {
     const AppConfig settings = Store::peekConfig();
-    job.oneDrive = oneDriveAround(backup, settings);
-    job.mountPoint = mountPointAround(backup, settings);
-    const QString fat = QStringLiteral("msdos");
-    job.rules.fatTimeQuirk = Locations::fileSystemType(original) == fat || Locations::fileSystemType(backup) == fat;
-    return job;
+    DirectDisk disk;
+    return SyncJob::between({.pairID = QUuid::createUuid(),
+                             .name = Text::fromBytes(Paths::lastComponent(original)),
+                             .original = original,
+                             .backup = backup,
+                             .oneDrive = oneDriveAround(backup, settings),
+                             .mountPoint = mountPointAround(backup, settings)},
+                            disk);
 }
 
 PairPlan planOf(const SyncJob &job, const CancelToken &token, Console::ProgressLine &line) {
     ProgressReporter reporter([&](const SyncProgress &progress) { line.show(progress); });
     reporter.progress.pairName = job.name;
     PlannedJob entry;
-    if (const std::optional<JobRefusal> refusal = entry.open(job)) {
+    if (const std::optional<JobRefusal> refusal = entry.open(job, token, reporter)) {
         PairPlan none(job.original, job.backup);
         none.problems.push_back(refusal->line);
         return none;
     }
-    Planner planner(job.rules, token, [&] {
-        ++reporter.progress.scanned;
-        reporter.emitThrottled();
-    });
-    return planner.build(entry.original, entry.backup, job.placeInOneDrive());
+    return std::move(entry.plan);
 }
 
 int dryRun(const SyncJob &job, const CancelToken &token, bool json) {
@@ -132,20 +126,19 @@ int run(const std::vector<std::string> &arguments) {
     }
     const fs::path original = Paths::standardised(options->folders[0]);
     const fs::path backup = Paths::standardised(options->folders[1]);
-    if (Locations::overlap(original, backup)) {
-        Console::error(
-            QStringLiteral("The backup folder can't be inside the original folder (or the other way round)."));
-        return WrongUsage;
-    }
-    const SyncJob job = jobFor(original, backup);
-    const auto refusal = job.oneDrive ? OneDriveNames::folderRefusal(job.placeInOneDrive()) : std::nullopt;
+    const std::optional<SyncJob> job = jobFor(original, backup);
+    std::optional<QString> refusal;
+    if (!job)
+        refusal = SyncJob::overlapping();
+    else if (job->oneDrive)
+        refusal = OneDriveNames::folderRefusal(job->placeInOneDrive());
     if (refusal) {
         Console::error(*refusal);
         return WrongUsage;
     }
     static CancelToken token;
     StopSignals::cancelOnSignal(token, &Console::tellStopping);
-    return options->dryRun ? dryRun(job, token, options->json) : backUp(job, token, options->json);
+    return options->dryRun ? dryRun(*job, token, options->json) : backUp(*job, token, options->json);
 }
 
 } // namespace BackupCommand

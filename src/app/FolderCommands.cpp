@@ -6,8 +6,8 @@
 #include "app/TarnwickBasicMain.h"
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "model/AppModel.h"
 #include "json/JsonWriter.h"
+#include "model/AppModel.h"
 #include "store/Locations.h"
 #include "sync/OneDriveNames.h"
 
@@ -168,7 +168,7 @@ int add(const std::vector<std::string> &arguments) {
     session.tellNotice();
     const std::optional<QString> refusal =
         addTo(session, Paths::standardised(given->words[0]), Paths::standardised(given->words[1]));
-    const int status = refusal ? refuse(*refusal) : Clean;
+    const int status = refusal ? refuse(*refusal) : session.toldWhetherSaved();
     session.end(status);
     return status;
 }
@@ -193,7 +193,7 @@ int remove(const std::vector<std::string> &arguments) {
                                                                     "you mean by its id (see --list --json)."));
     } else {
         model.remove(ids.front());
-        status = Clean;
+        status = session.toldWhetherSaved();
     }
     session.end(status);
     return status;

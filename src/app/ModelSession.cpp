@@ -2,6 +2,7 @@
 
 #include "app/Console.h"
 #include "app/Locale.h"
+#include "app/TarnwickBasicMain.h"
 #include "store/Log.h"
 
 #include <QDBusConnection>
@@ -129,6 +130,15 @@ void ModelSession::tellNotice() {
     const std::optional<QString> notice = model().banner();
     if (notice && std::exchange(toldNotice, notice) != notice)
         Console::error(*notice);
+}
+
+int ModelSession::toldWhetherSaved() {
+    waitForDisks(); // what they tell may be saved, too
+    const std::optional<QString> &reason = model().whyUnsaved();
+    if (!reason)
+        return TarnwickBasicMain::Clean;
+    Console::error(QStringLiteral("The settings could not be saved (") + *reason + QStringLiteral(")."));
+    return TarnwickBasicMain::Trouble;
 }
 
 void ModelSession::followDrives() {

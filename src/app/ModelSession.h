@@ -41,6 +41,9 @@ class ModelSession {
     std::optional<QString> answerOf(const std::function<void(const AppModel::Answer &done)> &operation);
     /// Tells the model's notice on standard error, each text once.
     void tellNotice();
+    /// The exit status of a command whose work was to change the settings. Where they could not be saved, it says so on
+    /// standard error.
+    int toldWhetherSaved();
     /// From now on drives that come and go are the model's business.
     void followDrives();
     /// Turns the event loop for so long.

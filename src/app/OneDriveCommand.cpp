@@ -49,29 +49,30 @@ int show() {
     return Clean;
 }
 
-std::optional<QString> chooseIn(ModelSession &session, const std::filesystem::path &folder) {
+int refuse(const QString &sentence) {
+    Console::error(sentence);
+    return WrongUsage;
+}
+
+int chooseIn(ModelSession &session, const std::filesystem::path &folder) {
     session.startModel();
     session.tellNotice();
     AppModel &model = session.model();
-    if (std::optional<QString> refusal =
+    if (const std::optional<QString> refusal =
             session.answerOf([&](const AppModel::Answer &done) { model.chooseOneDrive(folder, done); }))
-        return refusal;
-    session.waitForDisks();
+        return refuse(*refusal);
+    const int status = session.toldWhetherSaved();
     for (const Locations::OneDriveFolder &known : foldersOf(model)) {
-        if (known.url == model.oneDriveRoot())
+        if (status == Clean && known.url == model.oneDriveRoot())
             print(model, known);
     }
-    return std::nullopt;
+    return status;
 }
 
 int choose(const std::filesystem::path &folder) {
     ModelSession session;
-    std::optional<QString> refusal = session.claimSettings();
-    if (!refusal)
-        refusal = chooseIn(session, folder);
-    if (refusal)
-        Console::error(*refusal);
-    const int status = refusal ? WrongUsage : Clean;
+    const std::optional<QString> refusal = session.claimSettings();
+    const int status = refusal ? refuse(*refusal) : chooseIn(session, folder);
     session.end(status);
     return status;
 }

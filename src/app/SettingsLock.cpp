@@ -14,7 +14,7 @@
 
 SettingsLock::SettingsLock() {
     const std::filesystem::path path = Store::supportDir() / "tarnwick-basic.lock";
-    file.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    file.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!file) // nothing can be written there; the folder itself can still be locked
         file.reset(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A file system without locks answers with another error than that of a lock that is taken.

@@ -2,6 +2,7 @@
 
 #include "app/TarnwickBasicMain.h"
 
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -14,9 +15,10 @@ void StopSignals::cancelOnSignal(CancelToken &token, std::function<void()> then)
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
         sigaddset(&signals, number);
     // Blocked in every thread, so that none is interrupted in a system call; one thread waits for them.
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    sigset_t before;
+    ::pthread_sigmask(SIG_BLOCK, &signals, &before);
     ::signal(SIGPIPE, SIG_IGN);
-    std::thread([signals, &token, then = std::move(then)] {
+    const auto wait = [signals, &token, then = std::move(then)] {
         int received = 0;
         sigwait(&signals, &received);
         token.cancel();
@@ -24,5 +26,10 @@ void StopSignals::cancelOnSignal(CancelToken &token, std::function<void()> then)
             then();
         sigwait(&signals, &received);
         ::_exit(TarnwickBasicMain::Stopped);
-    }).detach();
+    };
+    try {
+        std::thread(wait).detach();
+    } catch (const std::system_error &) {
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr); // nobody would answer them
+    }
 }

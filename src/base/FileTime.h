@@ -20,6 +20,7 @@ struct FileTime {
     static FileTime from(const statx_timestamp &stamp) {
         return {stamp.tv_sec, static_cast<std::int32_t>(stamp.tv_nsec)};
     }
+    static FileTime from(const timespec &stamp) { return {stamp.tv_sec, static_cast<std::int32_t>(stamp.tv_nsec)}; }
     timespec toTimespec() const { return {static_cast<time_t>(seconds), nanoseconds}; }
 };
 

@@ -73,7 +73,7 @@ void write(const std::string &text) {
     const FileDescriptor open(::open(folder().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!open)
         throw std::system_error(errno, std::generic_category(), folder().native());
-    AtomicFile::write({open.get(), entryName}, text);
+    AtomicFile::write({open.get(), entryName}, text, AtomicFile::ReadableBy::Everyone);
 }
 
 void removeEntry() {

@@ -46,7 +46,7 @@ AppModel &AppModel::shared() {
     return *model;
 }
 
-AppModel::AppModel() : settings(Store::loadConfig()), runs(Store::loadHistory()) {
+AppModel::AppModel() : settings(readOnly ? Store::peekConfig() : Store::loadConfig()), runs(Store::loadHistory()) {
     longPreparation.setSingleShot(true);
     connect(&longPreparation, &QTimer::timeout, this, &AppModel::noteChange);
     refreshEnvironment();
@@ -177,7 +177,7 @@ void AppModel::setConfig(const AppConfig &value) {
         settings.oneDriveMountPoint == before.oneDriveMountPoint)
         settings.oneDriveMountPoint.reset();
     noteChange();
-    Store::save(settings);
+    saveTrouble = Store::save(settings);
     if (settings.pairs != before.pairs) {
         forgetMovedPairs(before.pairs);
         writeProfiles();

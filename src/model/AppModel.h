@@ -74,6 +74,8 @@ class AppModel : public QObject {
     /// Saves what differs, and does what a change entails: drive profiles when the pairs changed, a fresh look at the
     /// environment when another OneDrive folder was chosen.
     void setConfig(const AppConfig &value);
+    /// Why the settings are not saved as they are now; none when they are, or were never changed.
+    const std::optional<QString> &whyUnsaved() const { return saveTrouble; }
     /// Connected external drives in the order of a file browser.
     const std::vector<VolumeInfo> &volumes() const { return around.drives; }
     /// False for what lies on a drive or in the OneDrive folder that isn't answering: whoever opens it waits.
@@ -236,6 +238,7 @@ class AppModel : public QObject {
     static inline bool readOnly = false;
 
     AppConfig settings;
+    std::optional<QString> saveTrouble;
     Surroundings around;
     SyncProgress currentProgress;
     std::vector<SyncRun> runs;

@@ -38,8 +38,6 @@ const QString noOneDrive = QStringLiteral(
     "OneDrive wasn't found on this computer. Install and sign in to OneDrive, or choose its folder in Settings.");
 const QString outsideOneDrive =
     QStringLiteral("Tarnwick Basic backs up to OneDrive. Choose a folder inside OneDrive (not OneDrive's top folder).");
-const QString overlapping =
-    QStringLiteral("The backup folder can't be inside the original folder (or the other way round).");
 
 QString keyOf(const FolderPair &pair) {
     return pair.volumeUUID ? *pair.volumeUUID : QStringLiteral("name:") + pair.volumeName;
@@ -152,7 +150,7 @@ void AppModel::addPair(const Path &originalFolder, const Path &backupFolder, Ans
         if (!backupRel)
             return outsideOneDrive;
         if (Locations::overlap(original, backup, disk))
-            return overlapping;
+            return SyncJob::overlapping();
         *choice = {source->volume, source->rel, *backupRel};
         return backupFolderProblem(backup, disk);
     };
@@ -184,7 +182,7 @@ void AppModel::setBackup(const QUuid &id, const Path &backupFolder, Answer done)
             return QStringLiteral("That folder isn't in the list any more.");
         const std::optional<Locations::ResolvedFolder> &original = now.of(settings.pairs[*index]).original;
         if (original && Locations::overlap(original->folder, backup, disk))
-            return overlapping;
+            return SyncJob::overlapping();
         const std::optional<QString> backupRel = oneDriveRelativePath(backup, now.oneDrive.root, disk);
         if (!backupRel)
             return outsideOneDrive;

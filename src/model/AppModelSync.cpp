@@ -51,10 +51,6 @@ bool isContained(const FolderPair &pair, const Locations::ResolvedFolder &origin
     return pair.volumeUUID == Locations::homeKey || !leadsOut(original.folder, original.volume.url, disk);
 }
 
-bool isFat(const QString &type) {
-    return type == QStringLiteral("msdos");
-}
-
 QString skipped(const FolderPair &pair, const QString &reason) {
     return QStringLiteral("“") + PairRow::nameOf(pair) + QStringLiteral("” was skipped: ") + reason;
 }
@@ -78,17 +74,14 @@ std::optional<SyncJob> buildJob(const FolderPair &pair, const Surroundings &arou
     const fs::path &backup = *found.backup;
     if (!isContained(pair, *found.original, *oneDrive.root, backup, disk))
         return skip(QStringLiteral("its stored folders lead outside the drive or OneDrive."));
-    if (Locations::overlap(found.original->folder, backup, disk))
-        return skip(QStringLiteral("its backup folder is inside the original."));
-    SyncJob job;
-    job.pairID = pair.id;
-    job.name = PairRow::nameOf(pair);
-    job.original = Paths::standardised(found.original->folder);
-    job.backup = Paths::standardised(backup);
-    job.oneDrive = oneDrive.root;
-    job.mountPoint = oneDrive.mountPoint;
-    job.rules.fatTimeQuirk = isFat(found.original->volume.fsType) || isFat(Locations::fileSystemType(backup, disk));
-    return job;
+    std::optional<SyncJob> job = SyncJob::between({.pairID = pair.id,
+                                                   .name = PairRow::nameOf(pair),
+                                                   .original = found.original->folder,
+                                                   .backup = backup,
+                                                   .oneDrive = oneDrive.root,
+                                                   .mountPoint = oneDrive.mountPoint},
+                                                  disk);
+    return job ? job : skip(QStringLiteral("its backup folder is inside the original."));
 }
 
 QString summaryOf(const PairResult &result) {

@@ -30,23 +30,37 @@ void writeAll(int file, std::string_view bytes) {
     }
 }
 
-void writeNew(NameAt at, std::string_view bytes) {
+/// The permissions of the file that is to be replaced; none when there is none.
+std::optional<mode_t> permissionsOf(NameAt at) {
+    struct stat facts = {};
+    const bool isFile = ::fstatat(at.folder, at.name, &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(facts.st_mode);
+    return isFile ? std::optional(facts.st_mode & 0777) : std::nullopt;
+}
+
+void writeNew(NameAt at, std::string_view bytes, mode_t fresh, std::optional<mode_t> kept) {
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    const FileDescriptor file(::openat(at.folder, at.name, flags, 0644));
+    const FileDescriptor file(::openat(at.folder, at.name, flags, kept.value_or(fresh)));
     if (!file)
         fail("open");
+    if (kept) // the umask took bits away; where a file system knows no permissions, none are lost
+        ::fchmod(file.get(), *kept);
     writeAll(file.get(), bytes);
     if (::fsync(file.get()) != 0)
         fail("fsync");
 }
 
+std::nullopt_t unreadable(int error) {
+    errno = error;
+    return std::nullopt;
+}
+
 } // namespace
 
-void write(NameAt at, std::string_view bytes) {
+void write(NameAt at, std::string_view bytes, ReadableBy readers) {
     const std::string beside = '.' + std::string(at.name) + ".tmp";
     ::unlinkat(at.folder, beside.c_str(), 0); // left by a process that was killed
     try {
-        writeNew({at.folder, beside.c_str()}, bytes);
+        writeNew({at.folder, beside.c_str()}, bytes, readers == ReadableBy::TheUser ? 0600 : 0644, permissionsOf(at));
         if (::renameat(at.folder, beside.c_str(), at.folder, at.name) != 0)
             fail("rename");
     } catch (...) {
@@ -59,14 +73,24 @@ void write(NameAt at, std::string_view bytes) {
         ::fsync(folder.get());
 }
 
+void makePrivateFolder(const std::filesystem::path &folder) {
+    std::filesystem::path made;
+    for (const std::filesystem::path &part : folder) {
+        made /= part;
+        ::mkdir(made.c_str(), 0700);
+    }
+}
+
 std::optional<std::string> read(NameAt at, std::size_t limit, LinkAtEnd link) {
     const int follow = link == LinkAtEnd::IsFollowed ? 0 : O_NOFOLLOW;
     const FileDescriptor file(::openat(at.folder, at.name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | follow));
     struct stat facts = {};
-    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode))
+    if (!file || ::fstat(file.get(), &facts) != 0)
         return std::nullopt;
+    if (!S_ISREG(facts.st_mode))
+        return unreadable(S_ISDIR(facts.st_mode) ? EISDIR : EINVAL);
     if (static_cast<std::size_t>(facts.st_size) > limit)
-        return std::nullopt;
+        return unreadable(EFBIG);
     std::string bytes(static_cast<std::size_t>(facts.st_size) + 1, '\0');
     std::size_t got = 0;
     for (;;) {
@@ -79,7 +103,7 @@ std::optional<std::string> read(NameAt at, std::size_t limit, LinkAtEnd link) {
             break;
         got += static_cast<std::size_t>(count);
         if (got > limit)
-            return std::nullopt;
+            return unreadable(EFBIG);
         if (got == bytes.size())
             bytes.resize(bytes.size() * 2); // it grew meanwhile
     }

@@ -98,13 +98,14 @@ class DataCopy {
     std::int64_t copyInKernel(std::int64_t position, std::int64_t length) {
         off_t from = position;
         off_t to = position;
-        const ssize_t copied = ::copy_file_range(source, &from, destination, &to,
-                                                 static_cast<std::size_t>(std::min(length, kernelChunk)), 0);
+        ssize_t copied;
+        do {
+            copied = ::copy_file_range(source, &from, destination, &to,
+                                       static_cast<std::size_t>(std::min(length, kernelChunk)), 0);
+        } while (copied < 0 && errno == EINTR);
         // Some file systems say "nothing copied" where they mean that they can't: only a read tells the end.
         if (copied > 0)
             return copied;
-        if (copied < 0 && errno == EINTR)
-            return copyInKernel(position, length);
         if (copied < 0 && errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP &&
             errno != EPERM && errno != EBADF)
             fail("copy_file_range");

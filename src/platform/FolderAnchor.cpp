@@ -1,5 +1,7 @@
 #include "platform/FolderAnchor.h"
 
+#include "platform/MountTable.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -146,5 +148,18 @@ FolderAnchor FolderAnchor::openIfFolder(const std::filesystem::path &path) {
 
 bool FolderAnchor::isInPlace() const {
     const std::optional<FileFacts> now = lookAt(AT_FDCWD, place.c_str(), LinkAtEnd::IsFollowed);
-    return now && now->kind == FileKind::Folder && now->mountId == atStart.mountId && now->device == atStart.device;
+    if (!now || now->kind != FileKind::Folder || now->mountId != atStart.mountId || now->device != atStart.device)
+        return false;
+    return !folder || isStill(*now);
+}
+
+/// Whether the folder at the path is the open one, and not another that took its place.
+bool FolderAnchor::isStill(const FileFacts &now) const {
+    const std::optional<FileFacts> opened = lookAtOpen(folder.get());
+    if (opened && opened->inode == now.inode)
+        return true;
+    // FUSE gives a folder another number whenever it likes.
+    const MountTable table = MountTable::read();
+    const MountEntry *mount = table.withId(static_cast<int>(now.mountId));
+    return mount && isFuse(mount->type);
 }

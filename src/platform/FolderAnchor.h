@@ -48,13 +48,16 @@ class FolderAnchor {
     const std::filesystem::path &path() const { return place; }
     const FileFacts &facts() const { return atStart; }
 
-    /// Whether the path still leads to a folder on the same mount as at the start.
+    /// Whether the path still leads to a folder on the same mount as at the start, and while it is open to this very
+    /// folder (not on FUSE, where that can't be told).
     bool isInPlace() const;
 
     /// Frees the drive; the anchor can only be asked for its path afterwards.
     void close() { folder.reset(); }
 
   private:
+    bool isStill(const FileFacts &now) const;
+
     std::filesystem::path place;
     FileDescriptor folder;
     FileFacts atStart;

@@ -99,9 +99,9 @@ void carryOut(const std::vector<Scenario> &scenarios, const Fixture &world) {
         const std::string before = Fixture::tree(world.drive());
         eq(Fixture::told(world.backUp(rules)), scenario.record, label + "the record");
         eq(Fixture::tree(world.oneDrive("Photos")), scenario.backupAfterwards, label + "the backup");
+        eq(Fixture::tree(world / "Home/.cache/TemporaryItems"), "", label + "no temporary file is left");
         const SyncRun second = world.backUp(rules);
         eq(second.filesCopied + second.foldersCreated, 0, label + "a second sync has nothing to do");
         eq(Fixture::tree(world.drive()), before, label + "the original is untouched");
-        eq(Fixture::tree(world / "Home/.cache/TemporaryItems"), "", label + "no temporary file is left");
     }
 }

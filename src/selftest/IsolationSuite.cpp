@@ -17,6 +17,11 @@ void Suites::isolation(const Fixture &world) {
     eq(Log::shared().url(), world / "Home/Library/Logs/Tarnwick Basic/Tarnwick Basic.log", "the log is redirected");
     Log::shared().write(QStringLiteral("an entry"));
     check(Fixture::logged("an entry"), "the log is written");
+    const fs::path logs = Log::shared().url().parent_path();
+    Fixture::put(logs, "Tarnwick Basic.log=" + std::string(5'000'001, '.'));
+    Log::shared().write(QStringLiteral("another"));
+    check(Fixture::logged("another") && Fixture::tree(logs).find(".log.1=5000001 bytes") != std::string::npos,
+          "a log above 5 MB becomes the older one, and a new one is begun");
 
     Fixture::put(world / "Volumes", "Disk 10/ | disk 2/ | .hidden/ | Passport/Photos/ | file=no drive");
     AppModel model;

@@ -3,12 +3,12 @@
 #include "base/FileDescriptor.h"
 #include "base/Paths.h"
 #include "base/Text.h"
+#include "json/Json.h"
 #include "platform/AtomicFile.h"
 #include "platform/Disk.h"
 #include "platform/FileFacts.h"
 #include "platform/HostIdentity.h"
 #include "platform/MountTable.h"
-#include "json/Json.h"
 #include "store/Log.h"
 #include "store/Store.h"
 #include "store/TestRoot.h"
@@ -161,7 +161,8 @@ void writeProfile(const std::vector<ProfilePair> &pairs, const fs::path &volume)
             return;
         const QByteArray bytes = Json::toBytes(newProfile(pairs));
         AtomicFile::write({folder.get(), fileName},
-                          std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+                          std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())),
+                          AtomicFile::ReadableBy::Everyone);
     } catch (const std::exception &error) {
         Log::shared().write(QStringLiteral("Could not save folder choices on the drive: ") +
                             Text::fromBytes(error.what()));

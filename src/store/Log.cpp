@@ -2,6 +2,7 @@
 
 #include "base/FileDescriptor.h"
 #include "base/Paths.h"
+#include "platform/AtomicFile.h"
 #include "store/Locations.h"
 #include "store/TestRoot.h"
 
@@ -33,7 +34,7 @@ void rotateIfDue(const fs::path &file) {
 
 void append(const fs::path &file, const QByteArray &entry) {
     rotateIfDue(file);
-    const FileDescriptor open(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0644));
+    const FileDescriptor open(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!open)
         return;
     // One call, so that entries of two processes never interleave. What can't be written is lost.
@@ -65,8 +66,7 @@ Log &Log::shared() {
 }
 
 Log::Log(fs::path url) : file(std::move(url)) {
-    std::error_code ignored;
-    fs::create_directories(file.parent_path(), ignored);
+    AtomicFile::makePrivateFolder(file.parent_path());
 }
 
 void Log::write(const QString &message) {

@@ -16,7 +16,7 @@ class Log {
     /// process ends.
     static Log &shared();
 
-    /// A log in the file `url`, whose folder is made with any missing parents.
+    /// A log in the file `url`, whose folder is made with any missing parents. What is made is the user's alone.
     explicit Log(std::filesystem::path url);
 
     /// Appends one entry: the local time of this call, two blanks, the message unchanged and a line feed. Returns at

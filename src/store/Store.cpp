@@ -1,10 +1,11 @@
 #include "store/Store.h"
 
 #include "base/FileDescriptor.h"
+#include "base/Fmt.h"
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "platform/AtomicFile.h"
 #include "json/Json.h"
+#include "platform/AtomicFile.h"
 #include "store/Locations.h"
 #include "store/Log.h"
 #include "store/TestRoot.h"
@@ -54,24 +55,95 @@ void writeFile(const char *name, const QByteArray &bytes) {
     if (!folder)
         throw std::system_error(errno, std::generic_category(), file.parent_path().native());
     AtomicFile::write({folder.get(), file.filename().c_str()},
-                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())),
+                      AtomicFile::ReadableBy::TheUser);
 }
 
-/// Returns the copy's name, whether or not it could be made.
-std::string setAside() {
-    const std::string name = "config-unreadable-" + std::to_string(std::time(nullptr)) + ".json";
-    const fs::path folder = supportDir();
+/// The list of folders alone: where it is malformed, the settings are read without it and don't say so.
+struct FolderList {
+    static FolderList fromJson(const JsonReader &in) {
+        in.valueOr("pairs", std::vector<FolderPair>());
+        return {};
+    }
+};
+
+/// What the settings file holds, and why that isn't all of it.
+struct StoredConfig {
+    AppConfig config = {};
+    std::optional<std::string> bytes = {};
+    std::optional<QString> trouble = {};
+};
+
+StoredConfig readConfig() {
+    StoredConfig stored;
+    stored.bytes = readFile(placeOfSupportDir() / configName);
+    if (!stored.bytes && errno != ENOENT)
+        stored.trouble = Fmt::systemError(errno);
+    if (!stored.bytes)
+        return stored;
+    try {
+        stored.config = Json::fromBytes<AppConfig>(asBytes(*stored.bytes));
+        if (stored.config.pairs.empty())
+            Json::fromBytes<FolderList>(asBytes(*stored.bytes));
+    } catch (const JsonError &error) {
+        stored.trouble = Text::fromBytes(error.what());
+    }
+    return stored;
+}
+
+/// Why the settings file must be moved away before anything is saved in its place: it could not be read, and what it
+/// holds is nowhere else.
+std::optional<QString> unreadConfig;
+
+std::string nameForCopy(std::time_t second) {
+    return "config-unreadable-" + std::to_string(second) + ".json";
+}
+
+void logCopy(const QString &trouble, const std::string &name) {
+    Log::shared().write(QStringLiteral("Config could not be read (") + trouble + QStringLiteral("); saved a copy to ") +
+                        Text::fromBytes(name));
+}
+
+bool isTaken(const std::string &name) {
     std::error_code ignored;
-    fs::copy_file(folder / configName, folder / name, fs::copy_options::none, ignored);
-    return name;
+    return fs::exists(fs::symlink_status(supportDir() / name, ignored));
+}
+
+/// Returns whether that could be done.
+bool copyAside(const StoredConfig &stored) {
+    const std::string name = nameForCopy(std::time(nullptr));
+    const bool isFree = !isTaken(name); // else it is of this very second
+    try {
+        if (isFree)
+            writeFile(name.c_str(), asBytes(*stored.bytes));
+    } catch (const std::exception &) {
+        return false;
+    }
+    logCopy(*stored.trouble, name);
+    return isFree;
+}
+
+/// Fails with std::system_error.
+void moveAsideWhatWasNotRead() {
+    if (!unreadConfig)
+        return;
+    std::time_t second = std::time(nullptr);
+    while (isTaken(nameForCopy(second)))
+        ++second;
+    std::error_code error;
+    fs::rename(supportDir() / configName, supportDir() / nameForCopy(second), error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        throw std::system_error(error, configName);
+    if (!error)
+        logCopy(*unreadConfig, nameForCopy(second));
+    unreadConfig.reset();
 }
 
 } // namespace
 
 fs::path supportDir() {
     const fs::path folder = placeOfSupportDir();
-    std::error_code ignored;
-    fs::create_directories(folder, ignored);
+    AtomicFile::makePrivateFolder(folder);
     return folder;
 }
 
@@ -80,38 +152,30 @@ bool isTestMode() {
 }
 
 AppConfig loadConfig() {
-    const std::optional<std::string> bytes = readFile(supportDir() / configName);
-    if (!bytes)
-        return {};
-    try {
-        return Json::fromBytes<AppConfig>(asBytes(*bytes));
-    } catch (const JsonError &error) {
-        const std::string copy = setAside();
-        Log::shared().write(QStringLiteral("Config could not be read (") + Text::fromBytes(error.what()) +
-                            QStringLiteral("); saved a copy to ") + Text::fromBytes(copy));
-        return {};
-    }
+    const StoredConfig stored = readConfig();
+    const bool isKept = !stored.trouble || (stored.bytes && copyAside(stored));
+    unreadConfig = isKept ? std::nullopt : stored.trouble;
+    return stored.config;
 }
 
 AppConfig peekConfig() {
-    const std::optional<std::string> bytes = readFile(placeOfSupportDir() / configName);
-    try {
-        return bytes ? Json::fromBytes<AppConfig>(asBytes(*bytes)) : AppConfig();
-    } catch (const JsonError &) {
-        return {};
-    }
+    return readConfig().config;
 }
 
-void save(const AppConfig &config) {
+std::optional<QString> save(const AppConfig &config) {
     try {
+        moveAsideWhatWasNotRead();
         writeFile(configName, Json::toBytes(config));
+        return std::nullopt;
     } catch (const std::exception &error) {
-        Log::shared().write(QStringLiteral("Could not save settings: ") + Text::fromBytes(error.what()));
+        const QString reason = Text::fromBytes(error.what());
+        Log::shared().write(QStringLiteral("Could not save settings: ") + reason);
+        return reason;
     }
 }
 
 std::vector<SyncRun> loadHistory() {
-    const std::optional<std::string> bytes = readFile(supportDir() / historyName);
+    const std::optional<std::string> bytes = readFile(placeOfSupportDir() / historyName);
     if (!bytes)
         return {};
     try {

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <optional>
 #include <system_error>
+#include <time.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,8 +23,7 @@ namespace {
 }
 
 CopyError incomplete() {
-    return CopyError(QStringLiteral("The copy was incomplete (the file may have changed while copying). It will be "
-                                    "retried next time."));
+    return CopyError(CopyError::incomplete());
 }
 
 struct stat factsOf(int descriptor) {
@@ -33,10 +33,6 @@ struct stat factsOf(int descriptor) {
     return facts;
 }
 
-bool isSameMoment(const timespec &a, FileTime b) {
-    return a.tv_sec == b.seconds && a.tv_nsec == b.nanoseconds;
-}
-
 /// Both are looked at by path: what counts is what stands under the names now. Returns what is known of the copy.
 FileFacts checkComplete(NameAt source, const struct stat &sourceBefore, NameAt copy) {
     const std::optional<FileFacts> original = lookAt(source.folder, source.name);
@@ -44,7 +40,7 @@ FileFacts checkComplete(NameAt source, const struct stat &sourceBefore, NameAt c
     if (!original || !made || original->size != made->size)
         throw incomplete();
     // The same size with another date: it was written to while it was read, and the copy may be a mixture.
-    if (!isSameMoment(sourceBefore.st_mtim, original->mtime))
+    if (FileTime::from(sourceBefore.st_mtim) != original->mtime)
         throw incomplete();
     return *made;
 }
@@ -137,31 +133,44 @@ mode_t Copier::rawCopy(int source, const struct stat &original, int destination,
     }
 }
 
-StagedCopy Copier::stage(NameAt source, const std::shared_ptr<const TargetFolder> &target, FileTime mtime,
-                         const BytesCallback &onBytes) {
-    const FileDescriptor open = OpenBelow::file(source.folder, source.name);
-    const Original original{source, open.get(), factsOf(open.get())};
+OpenedOriginal OpenedOriginal::open(NameAt at) {
+    OpenedOriginal original;
+    original.at = at;
+    original.file = OpenBelow::file(at.folder, at.name);
+    original.facts = factsOf(original.file.get());
     if (!S_ISREG(original.facts.st_mode))
         throw CopyError(QStringLiteral("This is no longer a file"));
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    original.openedAt = FileTime::from(now);
+    return original;
+}
+
+FileVersion OpenedOriginal::version() const {
+    return {facts.st_size, FileTime::from(facts.st_mtim)};
+}
+
+StagedCopy Copier::stage(const OpenedOriginal &original, const std::shared_ptr<const TargetFolder> &target,
+                         const BytesCallback &onBytes) {
     const Place place = target->volume->isBeside() ? Place::Beside : Place::InArea;
     try {
-        return stageAt(place, original, target, mtime, onBytes);
+        return stageAt(place, original, target, onBytes);
     } catch (const std::system_error &error) {
         const int code = error.code().value();
         if (place == Place::Beside || (code != EXDEV && code != EACCES && code != EPERM))
             throw;
     }
-    return stageAt(Place::Beside, original, target, mtime, onBytes);
+    return stageAt(Place::Beside, original, target, onBytes);
 }
 
-StagedCopy Copier::stageAt(Place place, const Original &original, const std::shared_ptr<const TargetFolder> &target,
-                           FileTime mtime, const BytesCallback &onBytes) {
+StagedCopy Copier::stageAt(Place place, const OpenedOriginal &original,
+                           const std::shared_ptr<const TargetFolder> &target, const BytesCallback &onBytes) {
     auto [staged, file] = create(place, target, FileData::creationMode(original.facts));
     const FileData::Devices devices = devicesOf(original.facts.st_dev, target->volume->device);
-    const mode_t mode = rawCopy(original.open, original.facts, file.get(), devices, onBytes);
+    const mode_t mode = rawCopy(original.file.get(), original.facts, file.get(), devices, onBytes);
     if (checkComplete(original.at, original.facts, staged.at()).mode != mode)
         FileData::setMode(file.get(), mode);
-    FileData::setTimes(file.get(), original.facts.st_atim, mtime);
+    FileData::setTimes(file.get(), original.facts.st_atim, original.version().mtime);
     writeDown(file, target->volume->durability);
     return std::move(staged);
 }

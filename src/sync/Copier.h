@@ -15,6 +15,19 @@
 /// Told on the calling thread how many bytes of the current file have been copied so far.
 using BytesCallback = std::function<void(std::int64_t copied)>;
 
+/// A file of the original side, open for copying. Its facts are those of the open file, whatever happens to its name.
+struct OpenedOriginal {
+    NameAt at = {};
+    FileDescriptor file;
+    struct stat facts = {};
+    FileTime openedAt; ///< by this system's clock
+
+    /// Fails with std::system_error, or CopyError when it is no longer a file.
+    static OpenedOriginal open(NameAt at);
+
+    FileVersion version() const;
+};
+
 /// An open folder of the backup side, together with the volume that it is on.
 struct TargetFolder {
     FileDescriptor folder;
@@ -59,9 +72,9 @@ class Copier {
   public:
     explicit Copier(const CancelToken &cancelToken) : token(cancelToken) {}
 
-    /// Makes a complete copy of `source` on the volume of `target`, with the date `mtime`. On a volume that needs each
-    /// file flushed by itself, it is.
-    StagedCopy stage(NameAt source, const std::shared_ptr<const TargetFolder> &target, FileTime mtime,
+    /// Makes a complete copy of `original` on the volume of `target`, with its date. On a volume that needs each file
+    /// flushed by itself, it is.
+    StagedCopy stage(const OpenedOriginal &original, const std::shared_ptr<const TargetFolder> &target,
                      const BytesCallback &onBytes);
 
     /// Moves a staged and flushed copy to `name` in `target`. `original` is what was copied and `planned` what stood at
@@ -80,15 +93,8 @@ class Copier {
   private:
     enum class Place { InArea, Beside };
 
-    /// A file that is being copied.
-    struct Original {
-        NameAt at;
-        int open;
-        struct stat facts;
-    };
-
-    StagedCopy stageAt(Place place, const Original &original, const std::shared_ptr<const TargetFolder> &target,
-                       FileTime mtime, const BytesCallback &onBytes);
+    StagedCopy stageAt(Place place, const OpenedOriginal &original, const std::shared_ptr<const TargetFolder> &target,
+                       const BytesCallback &onBytes);
     static std::pair<StagedCopy, FileDescriptor> create(Place place, const std::shared_ptr<const TargetFolder> &target,
                                                         mode_t mode);
     static PublishedCopy moveIntoPlace(StagedCopy &staged, NameAt target, const FileVersion &original,

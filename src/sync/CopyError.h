@@ -10,6 +10,12 @@ class CopyError : public std::exception {
   public:
     explicit CopyError(const QString &sentence) : description(sentence), bytes(sentence.toStdString()) {}
 
+    /// The sentence about an original that isn't what it was when its copying began.
+    static QString incomplete() {
+        return QStringLiteral("The copy was incomplete (the file may have changed while copying). It will be retried "
+                              "next time.");
+    }
+
     /// What to tell the user.
     const QString &text() const { return description; }
     const char *what() const noexcept override { return bytes.c_str(); }

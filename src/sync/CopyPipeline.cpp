@@ -48,10 +48,10 @@ int CopyPipeline::flush(const std::set<TempVolume *> &volumes) {
 CopyPipeline::Next CopyPipeline::add(CopyInProgress item) {
     if (filling.items.empty())
         filling.begun = Clock::now();
-    filling.bytes += item.copy->size;
-    if (item.staged) {
-        filling.volumes.insert(&item.staged->tempVolume());
-        filling.besideTarget += item.staged->isBeside() ? 1 : 0;
+    filling.bytes += item.version.size;
+    if (const StagedCopy *staged = item.staged()) {
+        filling.volumes.insert(&staged->tempVolume());
+        filling.besideTarget += staged->isBeside() ? 1 : 0;
     }
     filling.items.push_back(std::move(item));
 
@@ -80,9 +80,9 @@ int CopyPipeline::flushAndPublish(Batch &batch) const {
     if (error != 0)
         return error;
     for (CopyInProgress &item : batch.items) {
-        if (item.staged)
+        if (item.staged())
             publish(item);
-        if (item.publishFailure)
+        if (std::holds_alternative<CopyInProgress::NotPublished>(item.state))
             break;
     }
     return 0;
@@ -116,8 +116,7 @@ CopyPipeline::Next CopyPipeline::finish() {
         published.insert(underWay.volumes.begin(), underWay.volumes.end());
     for (CopyInProgress &item : underWay.items) {
         // What follows a failure waits until it has been judged.
-        const bool isWaiting = item.staged && !item.outcome && !item.publishFailure;
-        if (isWaiting && error == 0)
+        if (item.staged() && error == 0)
             publish(item);
         if (settle(item, error) == Next::Stop) {
             drop();

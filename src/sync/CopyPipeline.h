@@ -9,15 +9,27 @@
 #include <future>
 #include <optional>
 #include <set>
+#include <variant>
 #include <vector>
 
-/// One planned copy on its way: staged, or failed with what is to be told of it; later published, or failed at that.
+/// One planned copy on its way.
 struct CopyInProgress {
+    /// Why it was not staged, in words for the user.
+    struct NotStaged {
+        QString text;
+    };
+    /// What kept it from being published, yet to be judged.
+    struct NotPublished {
+        std::exception_ptr error;
+    };
+
     const PlannedCopy *copy = nullptr;
-    std::optional<StagedCopy> staged;
-    QString stageFailure; ///< for the user; meaningful when not staged
-    std::optional<PublishedCopy> outcome;
-    std::exception_ptr publishFailure;
+    std::size_t number = 0;   ///< of the copy in its plan, from 1
+    FileVersion version = {}; ///< of the original as it is copied
+    /// What became of it so far. A copy that needed no staging comes as published.
+    std::variant<NotStaged, StagedCopy, NotPublished, PublishedCopy> state = {};
+
+    StagedCopy *staged() { return std::get_if<StagedCopy>(&state); }
 };
 
 /// Collects staged copies in batches. Each batch is flushed and then published on a thread of its own while the next
@@ -27,9 +39,9 @@ struct CopyInProgress {
 class CopyPipeline {
   public:
     enum class Next { GoOn, Stop };
-    /// Publishes one staged copy: fills `outcome` or `publishFailure` and never throws. Called on the batch's thread,
-    /// or on the caller's while no batch's thread runs. After a failure nothing more is published before it has been
-    /// settled.
+    /// Publishes one staged copy: changes its state to published or not, and never throws. Called on the batch's
+    /// thread, or on the caller's while no batch's thread runs. After a failure nothing more is published before it has
+    /// been settled.
     using Publish = std::function<void(CopyInProgress &item)>;
     /// Told on the caller's thread what became of one copy; `flushError` is the errno of a failed flush, else 0. With
     /// Stop, everything that is still waiting is dropped.

@@ -10,6 +10,9 @@ namespace Leftovers {
 /// has finished without errors.
 bool isOldVersion(const PlannedLeftover &leftover);
 
+/// Whether it is a file whose own place in its folder is empty, or when that can't be told.
+bool isOnlyVersion(const FolderAnchor &backup, const PlannedLeftover &oldVersion);
+
 /// Removes a file that no other process has locked, or a link. Failures are ignored.
 void remove(const FolderAnchor &backup, const PlannedLeftover &leftover);
 

@@ -4,6 +4,7 @@
 #include "platform/FolderReader.h"
 #include "sync/IgnoreRules.h"
 
+#include <cerrno>
 #include <iterator>
 #include <optional>
 
@@ -45,6 +46,8 @@ Listing list(int folder, std::int64_t &skippedLinks, std::vector<std::string> &s
         if (verdict != IgnoreRules::Verdict::Keep || isNeverKept(item.type))
             continue;
         const std::optional<FileFacts> facts = lookAt(folder, item.name.data());
+        if (!facts && errno != ENOENT)
+            listing.unseen.push_back({std::string(item.name), errno});
         if (!facts || facts->kind == FileKind::Other)
             continue;
         if (facts->kind == FileKind::Link)

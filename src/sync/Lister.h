@@ -21,8 +21,16 @@ struct Entry {
 /// million of them.
 class Listing {
   public:
+    /// An item that is there and that nothing more can be said of.
+    struct Unseen {
+        std::string name;
+        int error = 0; ///< errno of the look at it
+    };
+
     std::size_t size() const { return records.size(); }
     Entry at(std::size_t index) const;
+    /// Items that are no entries because looking at them failed.
+    std::vector<Unseen> unseen;
 
     void add(std::string_view name, bool isDir, std::int64_t size, FileTime mtime);
 
@@ -45,8 +53,9 @@ class Listing {
 namespace Lister {
 
 /// Lists the folder open for reading as `folder`. Adds to `skippedLinks` the symbolic links that it dropped, and to
-/// `staleTemps` the names of this program's temporary files. An item whose properties can't be read is dropped without
-/// trace. Fails with std::system_error when the folder can't be listed; then neither of the two is touched.
+/// `staleTemps` the names of this program's temporary files. An item that vanishes meanwhile is dropped without trace;
+/// one that can't be looked at for another reason is in the listing's `unseen`: a dying disk answers like that. Fails
+/// with std::system_error when the folder can't be listed; then neither of the two is touched.
 Listing list(int folder, std::int64_t &skippedLinks, std::vector<std::string> &staleTemps);
 
 } // namespace Lister

@@ -2,15 +2,14 @@
 
 #include "base/Fmt.h"
 #include "base/Text.h"
-#include "platform/VolumeIdentity.h"
 #include "sync/CopyError.h"
 #include "sync/Leftovers.h"
 #include "sync/PlanText.h"
-#include "sync/RunRecord.h"
 
 #include <cerrno>
-#include <new>
 #include <system_error>
+#include <thread>
+#include <time.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -41,9 +40,9 @@ bool isFileInTheWay(int backup, const PlanFolder *folder) {
 } // namespace
 
 PairExecution::PairExecution(PlannedJob &plannedJob, const RunContext &run)
-    : planned(plannedJob), job(*plannedJob.job), plan(plannedJob.plan), context(run), copier(run.token),
-      originalWatch(plannedJob.original), backupWatch(plannedJob.backup),
-      pipeline([this](CopyInProgress &item) { publish(item); },
+    : planned(plannedJob), job(*plannedJob.job), plan(plannedJob.plan), context(run), judge(plannedJob, run.temp),
+      copier(run.token), originalWatch(plannedJob.original), publisher(plannedJob),
+      pipeline([this](CopyInProgress &item) { publisher.publish(item); },
                [this](CopyInProgress &item, int flushError) { return settle(item, flushError); }) {
     result.pairID = job.pairID;
     result.name = job.name;
@@ -51,12 +50,32 @@ PairExecution::PairExecution(PlannedJob &plannedJob, const RunContext &run)
 }
 
 void PairExecution::carryOut() {
-    RunRecord::addPlan(context.run, job, plan);
+    context.record.addPlan(context.pair, job, plan);
     context.reporter.progress.pairName = job.name;
     makeFolders();
-    if (!hasNoPlace)
-        copyFiles();
-    finish();
+    if (hasNoPlace)
+        return;
+    Next next = Next::GoOn;
+    for (std::size_t i = 0; i < plan.copies.size() && next == Next::GoOn && !isStopped(); ++i) {
+        next = copyFile(plan.copies[i], i + 1);
+        if (next == Next::GoOn)
+            next = settleWhatCooledDown();
+    }
+    closeCopying(next);
+}
+
+/// Nothing more comes from the original for now: what is staged is published.
+void PairExecution::closeCopying(Next next) {
+    // Another pair may keep this one waiting: its drive isn't needed meanwhile.
+    sources.clear();
+    if (isStopped())
+        context.releaseOriginals();
+    if (next == Next::GoOn)
+        next = pipeline.drain();
+    const std::optional<Ending> moved =
+        next == Next::GoOn && !isStopped() && !plan.copies.empty() ? judge.endingIfMoved() : std::nullopt;
+    if (moved)
+        end(*moved);
 }
 
 // Folders
@@ -69,13 +88,14 @@ void PairExecution::makeFolders() {
             if (folder.folder->parent)
                 makeFolder(folder.folder);
             else if (makeBackupFolder())
-                ++context.run.foldersCreated;
+                ++context.record.run.foldersCreated;
         } catch (const std::exception &) {
             ++result.errors;
-            context.run.addError(job.name + u'/' + Text::fromBytes(PairPlan::rel(folder.folder)) +
-                                     QStringLiteral(": couldn't create folder (") +
-                                     describe(std::current_exception()).text + u')',
-                                 Text::fromPath(job.original / PairPlan::rel(folder.folder)));
+            context.record.addError({context.pair},
+                                    job.name + u'/' + Text::fromBytes(PairPlan::rel(folder.folder)) +
+                                        QStringLiteral(": couldn't create folder (") +
+                                        Failure::of(std::current_exception()).text + u')',
+                                    Text::fromPath(job.original / PairPlan::rel(folder.folder)));
             // Without a backup folder nothing else can be made, and only where the drive has gone is there more to say.
             hasNoPlace = !planned.backup.isOpen() && planned.backupParent.isInPlace();
             if (hasNoPlace) {
@@ -105,7 +125,9 @@ void PairExecution::makeFolder(const PlanFolder *folder) {
     const int descriptor = parent->folder.get();
     const char *name = folder->backupName.data();
     if (::mkdirat(descriptor, name, 0777) == 0) {
-        ++context.run.foldersCreated;
+        ++context.record.run.foldersCreated;
+        if (parent->volume->durability == Durability::Method::EachFile)
+            noteFlush(Durability::flushFile(descriptor));
         return;
     }
     if (errno != EEXIST)
@@ -148,53 +170,79 @@ std::shared_ptr<const TargetFolder> PairExecution::targetFolder(const PlanFolder
 
 // Copies: staging
 
-void PairExecution::copyFiles() {
-    Next next = Next::GoOn;
-    for (const PlannedCopy &copy : plan.copies) {
-        if (next == Next::Stop || context.token.isCancelled())
-            break;
-        next = copyFile(copy);
-    }
-    if (context.token.isCancelled() || context.run.fatal) {
-        sources.clear();
-        context.releaseOriginals();
-    }
-    if (next == Next::GoOn)
-        pipeline.drain();
-}
-
-PairExecution::Next PairExecution::copyFile(const PlannedCopy &copy) {
+PairExecution::Next PairExecution::copyFile(const PlannedCopy &copy, std::size_t number) {
     ++context.reporter.progress.filesBegun;
     tellCurrentFile(copy);
     const std::int64_t bytesBefore = context.reporter.progress.bytesDone;
-    CopyInProgress item;
-    item.copy = &copy;
-    try {
-        item.staged = stage(copy, bytesBefore);
-    } catch (const SyncCancelled &) {
-        context.reporter.progress.bytesDone = bytesBefore;
-        return Next::GoOn; // the loop sees the token, and what is staged is still published
-    } catch (const std::exception &) {
-        const Failure failure = describe(std::current_exception());
-        if (const std::optional<Ending> ending = endingFor(copy, failure)) {
-            // What was staged before is complete and comes first, unless it meets its own end.
-            return pipeline.drain() == Next::Stop ? Next::Stop : end(*ending);
-        }
-        item.stageFailure = failure.text;
-    }
-    context.reporter.progress.bytesDone = bytesBefore + copy.size;
-    return pipeline.add(std::move(item));
-}
-
-StagedCopy PairExecution::stage(const PlannedCopy &copy, std::int64_t bytesBefore) {
-    originalWatch.check();
-    const std::shared_ptr<const FileDescriptor> source = sourceFolder(copy.folder);
-    const std::shared_ptr<const TargetFolder> target = targetFolder(copy.folder);
-    return copier.stage({source->get(), copy.name}, target, copy.mtime, [&](std::int64_t copied) {
-        originalWatch.check();
+    const Next next = attempt({.item = {.copy = &copy, .number = number}}, [&](std::int64_t copied) {
         context.reporter.progress.bytesDone = bytesBefore + copied;
         tellCurrentFile(copy);
     });
+    context.reporter.progress.bytesDone = bytesBefore + (context.token.isCancelled() ? 0 : copy.size);
+    return next;
+}
+
+/// Stages the copy and hands it on, or keeps it back while its original is hot.
+PairExecution::Next PairExecution::attempt(HotCopy hot, const BytesCallback &onBytes) {
+    CopyInProgress &item = hot.item;
+    try {
+        if (const std::optional<HotOriginal> heat = stage(hot, onBytes)) {
+            hotCopies.emplace(heat->coolAt, std::move(hot));
+            return Next::GoOn;
+        }
+    } catch (const SyncCancelled &) {
+        return Next::GoOn; // the caller sees the token, and what is staged is still published
+    } catch (const std::exception &) {
+        const Failure failure = Failure::of(std::current_exception());
+        if (const std::optional<Ending> ending = judge.endingFor(*item.copy, failure)) {
+            // What was staged before is complete and comes first, unless it meets its own end.
+            return pipeline.drain() == Next::Stop ? Next::Stop : end(*ending);
+        }
+        item.state = CopyInProgress::NotStaged{failure.text};
+    }
+    return pipeline.add(std::move(item));
+}
+
+/// Copies what the original is now, decided anew if that isn't what was planned. Returns until when the copy is to be
+/// kept back; it may not even be staged then.
+std::optional<HotOriginal> PairExecution::stage(HotCopy &hot, const BytesCallback &onBytes) {
+    const PlannedCopy &copy = *hot.item.copy;
+    originalWatch.check();
+    const std::shared_ptr<const FileDescriptor> source = sourceFolder(copy.folder);
+    const OpenedOriginal original = OpenedOriginal::open({source->get(), copy.name});
+    hot.item.version = original.version();
+    if (const std::optional<Published> settled = decideAnew(copy, original.version())) {
+        hot.item.state = PublishedCopy{*settled};
+        return std::nullopt;
+    }
+    const std::shared_ptr<const TargetFolder> target = targetFolder(copy.folder);
+    const std::optional<HotOriginal> heat = hotness(original.version().mtime, original.openedAt, job.rules);
+    // A client's mount would begin to upload it under its temporary name.
+    if (heat && hot.attempts == 0 && (heat->mayHideAChange || target->volume->isBeside())) {
+        ++hot.attempts;
+        return heat;
+    }
+    hot.item.state = copier.stage(original, target, [&](std::int64_t copied) {
+        originalWatch.check();
+        onBytes(copied);
+    });
+    ++hot.attempts;
+    return heat;
+}
+
+/// What becomes of a copy whose original isn't what it was in planning, when that is no copy any more.
+std::optional<Published> PairExecution::decideAnew(const PlannedCopy &copy, const FileVersion &original) const {
+    if (original == copy.version() || !copy.replaces)
+        return std::nullopt;
+    switch (decide(original, *copy.replaces, job.rules)) {
+    case Verdict::UpToDate:
+        return Published::UpToDate;
+    case Verdict::KeepNewer:
+        return Published::KeptNewer;
+    case Verdict::Copy:
+        break;
+    }
+    return std::nullopt;
 }
 
 void PairExecution::tellCurrentFile(const PlannedCopy &copy) {
@@ -204,184 +252,186 @@ void PairExecution::tellCurrentFile(const PlannedCopy &copy) {
     context.reporter.emitNow();
 }
 
-// Copies: publishing
+// Copies: hot originals
+
+void PairExecution::waitForHotOriginals() {
+    Next next = Next::GoOn;
+    while (next == Next::GoOn && !hotCopies.empty() && !isStopped()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        tellCurrentFile(*hotCopies.begin()->second.item.copy);
+        next = settleWhatCooledDown();
+    }
+    closeCopying(next);
+}
+
+PairExecution::Next PairExecution::settleWhatCooledDown() {
+    if (hotCopies.empty())
+        return Next::GoOn;
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    Next next = Next::GoOn;
+    // A clock that was set back must not make the run wait for hours: what is due later than any could be is due now.
+    while (next == Next::GoOn && !hotCopies.empty() && !isStopped()) {
+        const double wait = secondsBetween(hotCopies.begin()->first, FileTime::from(now));
+        if (wait > 0 && wait < 60)
+            break;
+        next = settleCooled(std::move(hotCopies.extract(hotCopies.begin()).mapped()));
+    }
+    return next;
+}
+
+/// The copy is good if the original is what it was, or is so different that the next run will see it.
+PairExecution::Next PairExecution::settleCooled(HotCopy hot) {
+    constexpr int mostAttempts = 3;
+    CopyInProgress &item = hot.item;
+    if (item.staged()) {
+        if (showsItsChanges(item))
+            return pipeline.add(std::move(item));
+        if (hot.attempts >= mostAttempts) {
+            item.state = CopyInProgress::NotStaged{CopyError::incomplete()};
+            return pipeline.add(std::move(item));
+        }
+        item.state = {};
+    }
+    return attempt(std::move(hot), [](std::int64_t) {});
+}
+
+bool PairExecution::showsItsChanges(const CopyInProgress &item) {
+    try {
+        const std::shared_ptr<const FileDescriptor> source = sourceFolder(item.copy->folder);
+        const std::optional<FileFacts> now = lookAt(source->get(), item.copy->name);
+        if (!now && errno != ENOENT)
+            return false;
+        if (!now || now->kind != FileKind::Regular)
+            return true;
+        const FileVersion version{now->size, now->mtime};
+        return version == item.version || decide(version, item.version, job.rules) != Verdict::UpToDate;
+    } catch (const std::system_error &) {
+        return false; // the next attempt tells why
+    }
+}
+
+/// What never cooled down before the run was stopped by another pair.
+void PairExecution::tellOfHotOriginals() {
+    for (const auto &[coolAt, hot] : hotCopies)
+        addError(hot.item, CopyError::incomplete());
+}
+
+// Copies: what became of them
 
 PairExecution::Next PairExecution::settle(CopyInProgress &item, int flushError) {
     Next next = Next::GoOn;
-    if (!item.staged) {
-        addError(*item.copy, item.stageFailure); // judged when it failed
-    } else if (flushError != 0 && flushError == judgedFlushError) {
-        addError(*item.copy, Fmt::systemError(flushError));
-    } else if (flushError != 0) {
-        next = settleFailure(*item.copy, {Fmt::systemError(flushError), flushError});
-        judgedFlushError = flushError;
-    } else if (item.publishFailure) {
-        next = settleFailure(*item.copy, describe(item.publishFailure));
+    if (const auto *notStaged = std::get_if<CopyInProgress::NotStaged>(&item.state)) {
+        addError(item, notStaged->text); // judged when it failed
+    } else if (const auto *published = std::get_if<PublishedCopy>(&item.state)) {
+        recordPublished(item, *published);
+    } else if (const auto *notPublished = std::get_if<CopyInProgress::NotPublished>(&item.state)) {
+        next = settleFailure(item, Failure::of(notPublished->error));
+    } else if (flushError == judgedFlushError) {
+        addError(item, Fmt::systemError(flushError));
     } else {
-        recordPublished(*item.copy, *item.outcome);
+        next = settleFailure(item, {Fmt::systemError(flushError), flushError});
+        judgedFlushError = flushError;
     }
     if (next == Next::GoOn)
         ++context.reporter.progress.filesDone;
     return next;
 }
 
-void PairExecution::publish(CopyInProgress &item) {
+void PairExecution::recordPublished(const CopyInProgress &item, const PublishedCopy &published) {
+    RunRecord &record = context.record;
     const PlannedCopy &copy = *item.copy;
-    try {
-        backupWatch.check();
-        const std::shared_ptr<const TargetFolder> target = publishFolder(item);
-        item.outcome = Copier::publish(*item.staged, target, copy.targetName, copy.version(), copy.replaces, job.rules);
-        syncTargetNames(target);
-    } catch (const std::exception &) {
-        item.publishFailure = std::current_exception();
-    }
-}
-
-std::shared_ptr<const TargetFolder> PairExecution::publishFolder(const CopyInProgress &item) {
-    const PlanFolder *folder = item.copy->folder;
-    return publishFolders.get(folder, [&] {
-        auto target = std::make_shared<TargetFolder>();
-        target->folder = OpenBelow::folder(planned.backup.descriptor(), PairPlan::backupRel(folder));
-        target->volume = &item.staged->tempVolume();
-        return std::shared_ptr<const TargetFolder>(std::move(target));
-    });
-}
-
-void PairExecution::recordPublished(const PlannedCopy &copy, const PublishedCopy &published) {
-    SyncRun &run = context.run;
     datesLost += published.hasItsDate ? 0 : 1;
     switch (published.outcome) {
     case Published::UpToDate:
-        ++run.upToDate;
+        ++record.run.upToDate;
         return;
     case Published::KeptNewer:
-        run.keptNewer.push_back(PlanText::keptNewer(shownPath(copy)));
+        record.addKeptNewer(placeOf(item), PlanText::keptNewer(shownPath(copy)));
         return;
     case Published::FolderInTheWay:
-        run.conflicts.push_back(PlanText::folderInTheWay(shownPath(copy)));
+        record.addConflict(placeOf(item), PlanText::folderInTheWay(shownPath(copy)));
         return;
     case Published::Added:
     case Published::Updated:
         break;
     }
     ++result.copied;
-    result.bytes += copy.size;
-    ++run.filesCopied;
-    run.bytesCopied += copy.size;
-    RunRecord::addChange(run, job, plan, copy,
-                         published.outcome == Published::Added ? ChangeKind::added : ChangeKind::updated);
+    result.bytes += item.version.size;
+    ++record.run.filesCopied;
+    record.run.bytesCopied += item.version.size;
+    record.addChange(placeOf(item), job, plan, copy, item.version,
+                     published.outcome == Published::Added ? ChangeKind::added : ChangeKind::updated);
 }
 
-/// Where one flush of the volume does nothing, the new names are flushed folder by folder.
-void PairExecution::syncTargetNames(const std::shared_ptr<const TargetFolder> &target) {
-    if (namesToSync && namesToSync != target)
-        Durability::flushFile(namesToSync->folder.get());
-    namesToSync = target->volume->durability == Durability::Method::EachFile ? target : nullptr;
-}
-
-// Failures
-
-PairExecution::Failure PairExecution::describe(const std::exception_ptr &error) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const CopyError &own) {
-        return {own.text(), 0};
-    } catch (const std::system_error &system) {
-        return {Fmt::systemError(system.code().value()), system.code().value()};
-    } catch (const std::bad_alloc &) {
-        return {Fmt::systemError(ENOMEM), ENOMEM};
-    } catch (const std::exception &other) {
-        return {Text::fromBytes(other.what()), 0};
-    }
-}
-
-PairExecution::Next PairExecution::settleFailure(const PlannedCopy &copy, const Failure &failure) {
-    if (const std::optional<Ending> ending = endingFor(copy, failure))
+PairExecution::Next PairExecution::settleFailure(const CopyInProgress &item, const Failure &failure) {
+    if (const std::optional<Ending> ending = judge.endingFor(*item.copy, failure))
         return end(*ending);
-    addError(copy, failure.text);
+    addError(item, failure.text);
     return Next::GoOn;
 }
 
-void PairExecution::addError(const PlannedCopy &copy, const QString &text) {
+void PairExecution::addError(const CopyInProgress &item, const QString &text) {
     ++result.errors;
-    context.run.addError(shownPath(copy) + QStringLiteral(": ") + text, Text::fromPath(plan.from(copy)));
+    context.record.addError(placeOf(item), shownPath(*item.copy) + QStringLiteral(": ") + text,
+                            Text::fromPath(plan.from(*item.copy)));
 }
 
 PairExecution::Next PairExecution::end(const Ending &ending) {
     ++result.errors;
-    context.run.fatal = ending.fatal;
+    context.record.run.fatal = ending.fatal;
     result.note = ending.note;
     return Next::Stop;
-}
-
-std::optional<PairExecution::Ending> PairExecution::endingFor(const PlannedCopy &copy, const Failure &failure) {
-    if (failure.error == ENOSPC || failure.error == EDQUOT)
-        return Ending{QStringLiteral("The disk ran out of space while copying “") +
-                          Text::fromBytes(PairPlan::rel(copy)) +
-                          QStringLiteral("”. Free up some space and sync again."),
-                      QStringLiteral("Out of space")};
-    if (isOriginalGone(copy, failure.error))
-        return Ending{QStringLiteral("The drive was disconnected while syncing “") + job.name +
-                          QStringLiteral("”. Nothing was damaged; reconnect it to finish."),
-                      QStringLiteral("Drive disconnected")};
-    if (isBackupGone(failure.error))
-        return Ending{QStringLiteral("The backup folder for “") + job.name +
-                          QStringLiteral("” disappeared during the sync."),
-                      QStringLiteral("Backup folder disappeared")};
-    return std::nullopt;
-}
-
-bool PairExecution::isOriginalGone(const PlannedCopy &copy, int error) const {
-    const FolderAnchor &original = planned.original;
-    if (!original.isInPlace())
-        return true;
-    // After a cancel the drive is already free; what fails then has to do with the backup.
-    if (!original.isOpen() || !DriveProbe::isDriveError(error))
-        return false;
-    return !VolumeIdentity::deviceExists(original.facts().device) || !DriveProbe::canReadAnother(original, plan, copy);
-}
-
-bool PairExecution::isBackupGone(int error) const {
-    const FolderAnchor &backup = planned.backup;
-    if (!backup.isOpen() || !backup.isInPlace())
-        return true;
-    if (!DriveProbe::isDriveError(error))
-        return false;
-    if (!VolumeIdentity::deviceExists(backup.facts().device))
-        return true;
-    try {
-        const FileDescriptor folder = OpenBelow::folder(backup.descriptor(), {});
-        const TempVolume &volume = context.temp.volumeOf(folder.get(), backup.path());
-        return !DriveProbe::canWrite(volume.isBeside() ? folder.get() : volume.folderToFill());
-    } catch (const std::system_error &) {
-        return true;
-    }
 }
 
 // The end
 
 void PairExecution::finish() {
-    if (namesToSync)
-        Durability::flushFile(namesToSync->folder.get());
-    const int flushError = pipeline.flushPublished();
-    if (flushError != 0 && !context.run.fatal) {
-        ++result.errors;
-        context.run.addError(job.name + QStringLiteral(": the copies couldn't be written down for good (") +
-                                 Fmt::systemError(flushError) + u')',
-                             Text::fromPath(job.backup));
-    }
+    const SyncRun &run = context.record.run;
     const bool cancelled = context.token.isCancelled();
-    if (result.errors == 0 && !context.run.fatal && !cancelled) {
-        for (const PlannedLeftover &leftover : plan.staleTemps) {
-            if (Leftovers::isOldVersion(leftover))
-                Leftovers::remove(planned.backup, leftover);
-        }
+    if (run.fatal && !result.note && !cancelled)
+        tellOfHotOriginals();
+    hotCopies.clear();
+    noteFlush(publisher.flushNames());
+    noteFlush(pipeline.flushPublished());
+    if (failedFlush != 0 && !run.fatal) {
+        ++result.errors;
+        context.record.addError({context.pair, plan.copies.size() + 1},
+                                job.name + QStringLiteral(": the copies couldn't be written down for good (") +
+                                    Fmt::systemError(failedFlush) + u')',
+                                Text::fromPath(job.backup));
     }
+    if (result.errors == 0 && !run.fatal && !cancelled)
+        clearOldVersions();
     if (datesLost > 0)
-        RunRecord::addLostDates(context.run, job, datesLost);
+        context.record.addLostDates(context.pair, job, datesLost);
     if (cancelled)
         result.note = QStringLiteral("Cancelled");
-    context.run.pairResults.push_back(result);
+    context.record.addResult(context.pair, result);
+}
+
+/// Old versions that were moved aside in a swap which an earlier run didn't finish.
+void PairExecution::clearOldVersions() {
+    for (const PlannedLeftover &leftover : plan.staleTemps) {
+        if (!Leftovers::isOldVersion(leftover))
+            continue;
+        if (Leftovers::isOnlyVersion(planned.backup, leftover))
+            context.record.addNote(context.pair, PlanText::orphanedOldVersion(job, plan.url(leftover)));
+        else
+            Leftovers::remove(planned.backup, leftover);
+    }
+}
+
+void PairExecution::noteFlush(int error) {
+    failedFlush = failedFlush ? failedFlush : error;
+}
+
+bool PairExecution::isStopped() const {
+    return context.token.isCancelled() || context.record.run.fatal;
+}
+
+RunRecord::Place PairExecution::placeOf(const CopyInProgress &item) const {
+    return {context.pair, item.number};
 }
 
 QString PairExecution::shownPath(const PlannedCopy &copy) const {

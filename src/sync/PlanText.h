@@ -47,6 +47,12 @@ inline QString mayNotReachTheCloud(const PairPlan &plan) {
            (one ? QStringLiteral("Its") : QStringLiteral("Their")) + QStringLiteral(" backup may not reach the cloud.");
 }
 
+/// About a file that was moved aside in a swap and whose place is empty.
+inline QString orphanedOldVersion(const SyncJob &job, const std::filesystem::path &file) {
+    return job.name + QStringLiteral(": “") + Text::fromPath(file) +
+           QStringLiteral("” is what is left of a file whose replacement was interrupted. Rename it to keep it.");
+}
+
 /// `error` is the errno of opening it; one that says more than that nothing is there is told.
 inline QString originalMissing(const SyncJob &job, int error) {
     const bool isToldAlready = error == 0 || error == ENOENT;

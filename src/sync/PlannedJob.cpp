@@ -3,6 +3,7 @@
 #include "base/Paths.h"
 #include "platform/MountTable.h"
 #include "sync/PlanText.h"
+#include "sync/Planner.h"
 
 namespace {
 
@@ -17,8 +18,20 @@ bool isOnMount(const FolderAnchor &anchor, const std::filesystem::path &mountPoi
 
 } // namespace
 
-std::optional<JobRefusal> PlannedJob::open(const SyncJob &order) {
+std::optional<JobRefusal> PlannedJob::open(const SyncJob &order, const CancelToken &token, ProgressReporter &reporter) {
     job = &order;
+    if (std::optional<JobRefusal> refusal = openFolders())
+        return refusal;
+    Planner planner(order.rules, token, [&] {
+        ++reporter.progress.scanned;
+        reporter.emitThrottled();
+    });
+    plan = planner.build(original, backup, order.placeInOneDrive());
+    return std::nullopt;
+}
+
+std::optional<JobRefusal> PlannedJob::openFolders() {
+    const SyncJob &order = *job;
     original = FolderAnchor::openIfFolder(order.original);
     if (!original.isOpen())
         return JobRefusal{PlanText::originalMissing(order, original.openError()),

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "platform/FolderAnchor.h"
+#include "sync/CancelToken.h"
 #include "sync/PairPlan.h"
+#include "sync/ProgressReporter.h"
 #include "sync/SyncJob.h"
 
 /// Why a pair can't be planned, for the record and for the pair's result.
@@ -18,7 +20,10 @@ struct PlannedJob {
     FolderAnchor backupParent; ///< open when the backup folder is to be created in it
     PairPlan plan;
 
-    /// Opens the folders of `order`, which must outlive this. Afterwards it can be planned, unless a refusal comes
-    /// back.
-    std::optional<JobRefusal> open(const SyncJob &order);
+    /// Opens the folders of `order`, which must outlive this, and plans what there is to do, unless a refusal comes
+    /// back. Tells `reporter` of the files it has compared.
+    std::optional<JobRefusal> open(const SyncJob &order, const CancelToken &token, ProgressReporter &reporter);
+
+  private:
+    std::optional<JobRefusal> openFolders();
 };

@@ -219,11 +219,13 @@ std::optional<Listing> Planner::list(Side side) {
         addUnreadable(side, error.code().value());
         return std::nullopt;
     }
-    if (side == Side::Original)
+    if (side == Side::Original) {
         plan.skippedLinks += links;
-    else
-        for (const std::string &name : temporaries)
-            plan.staleTemps.push_back({joined(backupRel, name)});
+        addUnseen(*listing);
+        return listing;
+    }
+    for (const std::string &name : temporaries)
+        plan.staleTemps.push_back({joined(backupRel, name)});
     return listing;
 }
 
@@ -248,6 +250,16 @@ void Planner::addUnreadable(Side side, int error) {
     addProblem(side, QStringLiteral(": couldn't read ") +
                          (side == Side::Backup ? QStringLiteral("the backup copy") : QStringLiteral("your folder")) +
                          QStringLiteral(" of this folder, so it was skipped. ") + detail);
+}
+
+/// What stands in the backup and can't be looked at is told when something is to be copied there.
+void Planner::addUnseen(const Listing &listing) {
+    for (const Listing::Unseen &item : listing.unseen) {
+        const std::string path = joined(originalRel, item.name);
+        plan.problems.push_back(Text::fromBytes(path) + QStringLiteral(": couldn't be read, so it was skipped. ") +
+                                Fmt::systemError(item.error));
+        plan.problemPaths.push_back(originalTop->path() / path);
+    }
 }
 
 /// What a problem calls the level under way: its relative path, at the top the folder's own name.

@@ -44,6 +44,7 @@ class Planner {
     bool isBackupFolder(int descriptor) const;
     void addProblem(Side side, const QString &what);
     void addUnreadable(Side side, int error);
+    void addUnseen(const Listing &listing);
     QString levelName(Side side) const;
     const PlanFolder *record();
     QString pathOf(const Entry &entry) const;

@@ -6,8 +6,6 @@
 
 #include <set>
 
-namespace RunRecord {
-
 namespace {
 
 QString nameNote(const QString &pair, std::int64_t count) {
@@ -33,7 +31,12 @@ QString typeNote(const QString &pair, std::int64_t count, const std::set<QString
            QStringLiteral(").");
 }
 
-void addSkipped(SyncRun &run, const SyncJob &job, const PairPlan &plan) {
+} // namespace
+
+RunRecord::RunRecord(SyncRun &record) : run(record) {
+}
+
+void RunRecord::addSkipped(std::size_t pair, const SyncJob &job, const PairPlan &plan) {
     std::int64_t names = 0;
     std::int64_t types = 0;
     std::set<QString> details;
@@ -52,47 +55,54 @@ void addSkipped(SyncRun &run, const SyncJob &job, const PairPlan &plan) {
         }
     }
     if (names > 0)
-        run.notes.push_back(nameNote(job.name, names));
+        addNote(pair, nameNote(job.name, names));
     if (types > 0)
-        run.notes.push_back(typeNote(job.name, types, details));
+        addNote(pair, typeNote(job.name, types, details));
 }
 
-} // namespace
-
-void addPlan(SyncRun &run, const SyncJob &job, const PairPlan &plan) {
+void RunRecord::addPlan(std::size_t pair, const SyncJob &job, const PairPlan &plan) {
     run.upToDate += plan.upToDate;
     for (const QString &line : plan.keptNewer)
-        run.keptNewer.push_back(job.name + u'/' + line);
+        addKeptNewer({pair}, job.name + u'/' + line);
     for (const QString &line : plan.conflicts)
-        run.conflicts.push_back(job.name + u'/' + line);
+        addConflict({pair}, job.name + u'/' + line);
     for (std::size_t i = 0; i < plan.problems.size(); ++i)
-        run.addError(job.name + QStringLiteral(": ") + plan.problems[i], Text::fromPath(plan.problemPaths[i]));
-    addSkipped(run, job, plan);
+        addError({pair}, job.name + QStringLiteral(": ") + plan.problems[i], Text::fromPath(plan.problemPaths[i]));
+    addSkipped(pair, job, plan);
     if (plan.refusedByClients.count > 0)
-        run.notes.push_back(job.name + QStringLiteral(": ") + PlanText::mayNotReachTheCloud(plan));
+        addNote(pair, job.name + QStringLiteral(": ") + PlanText::mayNotReachTheCloud(plan));
 }
 
-void addLostDates(SyncRun &run, const SyncJob &job, std::int64_t count) {
+void RunRecord::addError(Place place, const QString &line, const QString &path) {
+    const std::size_t index = errors.add({place.pair, place.copy}, line);
+    run.errorPaths.resize(run.errors.size() - 1);
+    run.errorPaths.insert(run.errorPaths.begin() + static_cast<std::ptrdiff_t>(index), path);
+}
+
+void RunRecord::addLostDates(std::size_t pair, const SyncJob &job, std::int64_t count) {
     const bool one = count == 1;
-    run.notes.push_back(job.name + QStringLiteral(": the backup's disk didn't keep the date of ") +
-                        Fmt::counted(count, QStringLiteral("copied file")) + QStringLiteral(". ") +
-                        (one ? QStringLiteral("It counts as newer there, so later changes to it will be left alone.")
-                             : QStringLiteral("They count as newer there, so later changes to them will be left "
-                                              "alone.")));
+    addNote(pair, job.name + QStringLiteral(": the backup's disk didn't keep the date of ") +
+                      Fmt::counted(count, QStringLiteral("copied file")) + QStringLiteral(". ") +
+                      (one ? QStringLiteral("It counts as newer there, so later changes to it will be left alone.")
+                           : QStringLiteral("They count as newer there, so later changes to them will be left "
+                                            "alone.")));
 }
 
-void addChange(SyncRun &run, const SyncJob &job, const PairPlan &plan, const PlannedCopy &copy, ChangeKind kind) {
-    if (run.changes.size() >= maximumChanges) {
+void RunRecord::addChange(Place place, const SyncJob &job, const PairPlan &plan, const PlannedCopy &copy,
+                          const FileVersion &version, ChangeKind kind) {
+    if (changes.size() == maximumChanges && changes.isLast({place.pair, place.copy})) {
         ++run.changesOmitted;
         return;
     }
-    run.changes.push_back({.pairName = job.name,
-                           .relPath = Text::fromBytes(PairPlan::rel(copy)),
-                           .kind = kind,
-                           .path = Text::fromPath(plan.to(copy)),
-                           .size = copy.size,
-                           .fromPath = Text::fromPath(plan.from(copy)),
-                           .pairID = job.pairID});
+    changes.add({place.pair, place.copy}, {.pairName = job.name,
+                                           .relPath = Text::fromBytes(PairPlan::rel(copy)),
+                                           .kind = kind,
+                                           .path = Text::fromPath(plan.to(copy)),
+                                           .size = version.size,
+                                           .fromPath = Text::fromPath(plan.from(copy)),
+                                           .pairID = job.pairID});
+    if (changes.size() <= maximumChanges)
+        return;
+    changes.dropLast();
+    ++run.changesOmitted;
 }
-
-} // namespace RunRecord

@@ -27,12 +27,21 @@ bool cannotRenameOver(int error) {
     return error == EEXIST || error == EINVAL || error == EOPNOTSUPP;
 }
 
+/// Never over an older version that was moved aside before. Returns the new name.
+std::string moveAside(Mover &mover, NameAt target) {
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        std::string aside = TempArea::asideName(target.name);
+        if (mover.moveIn(target, {target.folder, aside.c_str()}) == Mover::MovedIn::Done)
+            return aside;
+    }
+    throw std::system_error(EEXIST, std::generic_category(), "rename");
+}
+
 /// For file systems that can't rename over a file. At every moment the old or the new version stands in the folder, the
 /// old one under a name that the next run recognises.
 void swapByHand(Mover &mover, NameAt copy, NameAt target) {
-    const std::string aside = TempArea::asideName();
+    const std::string aside = moveAside(mover, target);
     const NameAt old{target.folder, aside.c_str()};
-    Mover::replace(target, old);
     try {
         if (mover.moveIn(copy, target) == Mover::MovedIn::TargetExists)
             throw std::system_error(EEXIST, std::generic_category(), "rename");

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <optional>
 
+class Disk;
+
 /// The order to sync one pair.
 struct SyncJob {
     QUuid pairID;
@@ -17,6 +19,12 @@ struct SyncJob {
     SyncRules rules = {};
     std::optional<std::filesystem::path> oneDrive = {};   ///< the OneDrive folder that the backup lies in, where known
     std::optional<std::filesystem::path> mountPoint = {}; ///< that must hold the backup; see Locations::OneDriveInUse
+
+    /// The one way to an order: takes one without rules, makes its folders standardised, and finds the rules from the
+    /// file systems that hold them. None when the two folders overlap.
+    static std::optional<SyncJob> between(SyncJob folders, Disk &disk);
+    /// The sentence for folders that overlap.
+    static QString overlapping();
 
     /// The backup folder's path below the OneDrive folder; its name alone when it lies in none.
     QString placeInOneDrive() const;

@@ -3,6 +3,7 @@
 #include "base/FileTime.h"
 
 #include <cstdint>
+#include <optional>
 
 /// How two versions of a file are compared.
 struct SyncRules {
@@ -25,6 +26,19 @@ enum class Verdict {
     KeepNewer, ///< the backup is newer and stays, whatever the sizes
     Copy
 };
+
+/// An original that was changed moments ago and may go on being changed.
+struct HotOriginal {
+    /// A change that comes later than this shows in the date.
+    FileTime coolAt;
+    /// Its file system may give the next change the very same date, so that an unchanged date means nothing yet.
+    bool mayHideAChange = false;
+};
+
+/// Whether an original with the date `mtime` could be changed right after `now` (the moment when reading it begins) so
+/// that a later comparison by `rules` would not notice; none when every change would show. A date in the future doesn't
+/// count: when that file was changed is not known.
+std::optional<HotOriginal> hotness(FileTime mtime, FileTime now, const SyncRules &rules);
 
 /// What a one-way backup does with a file that stands on both sides.
 Verdict decide(const FileVersion &original, const FileVersion &backup, const SyncRules &rules);

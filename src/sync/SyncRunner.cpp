@@ -5,7 +5,6 @@
 #include "sync/Leftovers.h"
 #include "sync/PairExecution.h"
 #include "sync/PlannedJob.h"
-#include "sync/Planner.h"
 #include "sync/SpaceCheck.h"
 
 #include <algorithm>
@@ -90,19 +89,15 @@ void SyncRunner::planAll() {
 
 void SyncRunner::plan(const SyncJob &job) {
     PlannedJob entry;
-    if (const std::optional<JobRefusal> refusal = entry.open(job))
+    if (const std::optional<JobRefusal> refusal = entry.open(job, token, reporter))
         return turnAway(job, refusal->line, refusal->note);
-    Planner planner(job.rules, token, [this] {
-        ++reporter.progress.scanned;
-        reporter.emitThrottled();
-    });
-    entry.plan = planner.build(entry.original, entry.backup, job.placeInOneDrive());
     planned.push_back(std::move(entry));
 }
 
-void SyncRunner::turnAway(const SyncJob &job, const QString &line, const std::optional<QString> &note) {
-    run.addError(line, Text::fromPath(job.original));
-    run.pairResults.push_back({.pairID = job.pairID, .name = job.name, .errors = 1, .note = note});
+void SyncRunner::turnAway(const SyncJob &job, const QString &line, const std::optional<QString> &note,
+                          std::size_t pair) {
+    record.addError({pair}, line, Text::fromPath(job.original));
+    record.addResult(pair, {.pairID = job.pairID, .name = job.name, .errors = 1, .note = note});
 }
 
 void SyncRunner::clearLeftovers() {
@@ -133,20 +128,53 @@ void SyncRunner::startCopying() {
 
 void SyncRunner::executeAll() {
     TempArea temp(trees);
+    execute(temp);
+    temp.cleanup();
+}
+
+void SyncRunner::execute(TempArea &temp) {
     const auto releaseOriginals = [this] {
         for (PlannedJob &job : planned)
             job.original.close();
     };
-    for (PlannedJob &job : planned) {
-        if (token.isCancelled() || run.fatal)
-            break;
-        try {
-            PairExecution(job, {run, reporter, token, temp, releaseOriginals}).carryOut();
-        } catch (const std::exception &error) {
-            turnAway(*job.job, job.job->name + QStringLiteral(": ") + Text::fromBytes(error.what()), std::nullopt);
-        }
-        job.original.close();
-        job.backup.close();
+    // One with originals that were changed moments ago waits for them while the others go on.
+    std::vector<std::unique_ptr<PairExecution>> waiting(planned.size());
+    for (std::size_t i = 0; i < planned.size() && !token.isCancelled() && !run.fatal; ++i) {
+        executeGuarded(i, [&] {
+            auto pair = std::make_unique<PairExecution>(
+                planned[i], RunContext{i + 1, record, reporter, token, temp, releaseOriginals});
+            pair->carryOut();
+            if (pair->waitsForHotOriginals())
+                waiting[i] = std::move(pair);
+            else
+                pair->finish();
+        });
+        if (!waiting[i])
+            release(planned[i]);
     }
-    temp.cleanup();
+    for (std::size_t i = 0; i < planned.size(); ++i) {
+        if (!waiting[i])
+            continue;
+        executeGuarded(i, [&] {
+            waiting[i]->waitForHotOriginals();
+            waiting[i]->finish();
+        });
+        waiting[i].reset();
+        release(planned[i]);
+    }
+}
+
+/// Nothing that can be foreseen fails here but a lack of memory; the other pairs may be smaller.
+void SyncRunner::executeGuarded(std::size_t index, const std::function<void()> &step) {
+    const SyncJob &job = *planned[index].job;
+    try {
+        step();
+    } catch (const std::exception &error) {
+        turnAway(job, job.name + QStringLiteral(": ") + Text::fromBytes(error.what()), std::nullopt, index + 1);
+    }
+}
+
+void SyncRunner::release(PlannedJob &job) {
+    job.original.close();
+    job.backup.close();
 }

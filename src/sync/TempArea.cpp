@@ -177,6 +177,17 @@ std::string uniquePart() {
     return text;
 }
 
+/// Eight digits for a name, always the same ones: FNV-1a, since an old version may be looked for years later.
+std::string digitsOf(std::string_view name) {
+    std::uint32_t hash = 2166136261;
+    for (const char c : name)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 16777619;
+    std::string digits = "00000000";
+    for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit, hash >>= 4)
+        *digit = "0123456789ABCDEF"[hash & 0xF];
+    return digits;
+}
+
 } // namespace
 
 TempArea::TempArea(std::vector<Path> oneDriveTrees) : trees(std::move(oneDriveTrees)) {
@@ -191,12 +202,17 @@ std::string TempArea::temporaryName() {
     return ".tw-" + uniquePart() + ".twtmp";
 }
 
-std::string TempArea::asideName() {
-    return std::string(asidePrefix) + uniquePart() + ".twtmp";
+/// The eight digits tell later which file it was; the others let several old versions of one file stand side by side.
+std::string TempArea::asideName(std::string_view target) {
+    return std::string(asidePrefix) + digitsOf(target) + uniquePart().substr(8) + ".twtmp";
 }
 
 bool TempArea::isAsideName(std::string_view name) {
     return name.starts_with(asidePrefix);
+}
+
+bool TempArea::isAsideNameOf(std::string_view aside, std::string_view target) {
+    return isAsideName(aside) && aside.substr(asidePrefix.size()).starts_with(digitsOf(target) + '-');
 }
 
 TempVolume &TempArea::volumeOf(int targetFolder, const Path &path) {

@@ -67,10 +67,12 @@ class TempArea {
     /// The folder that holds the outermost of the OneDrive folders around `target`; none when there is no such one.
     static std::optional<Path> parentOfTree(const Path &target, const std::vector<Path> &oneDriveTrees);
 
-    /// A new name for a temporary copy, and for a file moved aside; the lister knows both.
+    /// A new name for a temporary copy, and one for the file `target` while it is moved aside; the lister knows both.
     static std::string temporaryName();
-    static std::string asideName();
+    static std::string asideName(std::string_view target);
     static bool isAsideName(std::string_view name);
+    /// Whether `aside` is such a name made for `target`; two targets of one folder hardly ever have the same.
+    static bool isAsideNameOf(std::string_view aside, std::string_view target);
 
   private:
     std::vector<Path> topsFor(const MountEntry &mount, const Path &target) const;

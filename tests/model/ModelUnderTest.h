@@ -23,9 +23,9 @@ class ModelUnderTest : public StoreUnderTest {
             tree.dir(folder);
     }
     ~ModelUnderTest() override {
-        EXPECT_TRUE(until([&] { return !model || !model->busy(); }) &&
-                    AppModel::flushProfiles(std::chrono::seconds(10)) &&
-                    AppModel::flushHistory(std::chrono::seconds(10)));
+        EXPECT_TRUE(until([&] { return !model || !model->busy(); }));
+        EXPECT_TRUE(AppModel::flushProfiles(std::chrono::seconds(10)));
+        EXPECT_TRUE(AppModel::flushHistory(std::chrono::seconds(10)));
     }
     /// Makes the model anew from settings with these pairs.
     void load(const Lines &pairs) {
@@ -35,7 +35,7 @@ class ModelUnderTest : public StoreUnderTest {
             const auto home = part[1] == u"This Mac" ? std::optional(Locations::homeKey) : std::nullopt;
             config.pairs.push_back({QUuid::createUuid(), part[0] == u'+', home, part[1], part[2], part[3]});
         }
-        Store::save(config);
+        EXPECT_EQ(Store::save(config), std::nullopt);
         startAnew();
     }
     void startAnew() {

@@ -49,7 +49,9 @@ TEST_F(ModelUnderTest, AChangeIsSavedWhereItDiffers) {
     EXPECT_EQ(saved(), 3u);
     tree.dir("Volumes/New");
     config.oneDriveRootPath = QString::fromStdString(tree / "Volumes/New");
-    EXPECT_TRUE(saved() == 1 && model->volumes().size() == 3 && model->oneDriveRoot() == tree / "Volumes/New");
+    EXPECT_EQ(saved(), 1u);
+    EXPECT_EQ(model->volumes().size(), 3u);
+    EXPECT_EQ(model->oneDriveRoot(), tree / "Volumes/New");
     fs::remove(tree / "Volumes/New");
     refresh();
     EXPECT_EQ(model->oneDriveRoot(), oneDrive);

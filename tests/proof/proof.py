@@ -231,6 +231,14 @@ def parsed(file):
         return None
 
 
+def aside_name(name):
+    """What the program calls a file while it is moved aside: eight digits of FNV-1a, and three random ones."""
+    number = 2166136261
+    for byte in name.encode():
+        number = (number ^ byte) * 16777619 % 2**32
+    return f".tw-old-{number:08X}-89A.twtmp"
+
+
 def is_leftover(path):
     return any(fnmatch.fnmatch(part, pattern) for part in Path(path).parts for pattern in LEFTOVERS)
 
@@ -333,7 +341,7 @@ def fill(place):
         place.write(f"{place.backup}/{path}", f"what stood in the backup as {path}", date)
     place.write(f"{place.backup}/same.jpg", "the second version of same.jpg")
     place.write(f"{place.backup}/.tw-01234567-89A.twtmp", "left over")
-    place.write(f"{place.backup}/.tw-old-01234567-89A.twtmp", "left over")
+    place.write(f"{place.backup}/{aside_name('same.jpg')}", "left over")
     place.write(f"{place.home}/.cache/TemporaryItems/NSIRD_TarnwickBasic_abcdefgh/0/.tw-01234567-89A.twtmp", "left over")
     return place.tree(place.original), place.tree(place.backup)
 

@@ -29,6 +29,14 @@ std::string keysThatMayBe(const QJsonValue &replacement, const T &full) {
     return keys;
 }
 
+TEST(Records, AreWrittenAsTheyWereRead) {
+    const auto compact = [](const QByteArray &bytes) {
+        return QJsonDocument::fromJson(bytes).toJson(QJsonDocument::Compact);
+    };
+    EXPECT_EQ(compact(Json::toBytes(Sample::appConfig())), Sample::config);
+    EXPECT_EQ(compact(Json::toBytes(Sample::syncRun())), Sample::run);
+}
+
 TEST(Records, KeysThatMayBeMissingOrNull) {
     const QJsonValue missing = QJsonValue::Undefined;
     const QJsonValue null = QJsonValue::Null;

@@ -1,15 +1,11 @@
-#include "store/Log.h"
+#include "store/StoreUnderTest.h"
 
-#include "support/TestTree.h"
-
-#include <gtest/gtest.h>
 #include <regex>
 
-TEST(Log, AppendsInTheOrderOfTheCallsAndRotatesAboveFiveMillionBytes) {
+TEST_F(StoreUnderTest, TheLogKeepsTheOrderOfTheCallsAndRotatesAboveFiveMillionBytes) {
     Log("/proc/none/log").write(QStringLiteral("lost in silence"));
     const std::regex time("20\\d\\d-[01]\\d-[0-3]\\d [0-2]\\d:[0-5]\\d:[0-5]\\d");
     for (const std::size_t size : {0u, 5'000'000u, 5'000'001u}) {
-        TestTree tree;
         tree.file("log", std::string(size, '.'));
         tree.file("log.1", "older");
         Log log(tree / "log");
@@ -19,8 +15,8 @@ TEST(Log, AppendsInTheOrderOfTheCallsAndRotatesAboveFiveMillionBytes) {
             expected += "T  ü\n" + std::to_string(i) + '\n';
         }
         EXPECT_TRUE(log.flush(std::chrono::seconds(10)));
-        const std::size_t kept = size > 5'000'000 ? 0 : size;
-        EXPECT_EQ(std::regex_replace(tree.read("log").substr(kept), time, "T"), expected);
-        EXPECT_EQ(fs::file_size(tree / "log.1"), size > 5'000'000 ? size : 5);
+        const bool isRotated = size > 5'000'000;
+        EXPECT_EQ(std::regex_replace(tree.read("log").substr(isRotated ? 0 : size), time, "T"), expected);
+        EXPECT_EQ(fs::file_size(tree / "log.1"), isRotated ? size : 5);
     }
 }

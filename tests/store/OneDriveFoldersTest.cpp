@@ -13,19 +13,16 @@ namespace {
 using State = Locations::OneDriveInUse::State;
 
 TEST(OneDriveClients, ReadTheSyncDirAsTheClientDoes) {
-    const std::tuple<const char *, std::string, std::optional<std::string>> rows[] = {
-        {"plain", "sync_dir = \"~/Clouds/OneDrive\"\n", "~/Clouds/OneDrive"},
-        {"without blanks, carriage returns, no end of line", "\r\n\tsync_dir=\"/a b\"\r", "/a b"},
-        {"the last one counts", "sync_dir = \"/a\"\nsync_dir = \"/b\"\n", "/b"},
-        {"up to the last quotation mark", R"(sync_dir = "/a" # "c")", "/a\" # \"c"},
-        {"nothing is escaped", R"(sync_dir = "/a\"b")", "/a\\\"b"},
-        {"a comment", "# sync_dir = \"/a\"\n", std::nullopt},
-        {"another key", "sync_dirs = \"/a\"\nno_sync_dir = \"/b\"", std::nullopt},
-        {"without quotation marks", "sync_dir = /a\n", std::nullopt},
-        {"empty", "sync_dir = \"\"\n", std::nullopt},
-        {"cut off", "sync_dir = \"", std::nullopt}};
-    for (const auto &[situation, config, expected] : rows)
-        EXPECT_EQ(OneDriveClients::syncDir(config), expected) << situation;
+    const std::pair<std::string, std::string> rows[] = {{"sync_dir = \"~/Clouds/OneDrive\"\n", "~/Clouds/OneDrive"},
+                                                        {"\r\n\tsync_dir=\"/a b\"\r", "/a b"},
+                                                        {"sync_dir = \"/a\"\nsync_dir = \"/b\"\n", "/b"},
+                                                        {R"(sync_dir = "/a" # "c")", "/a\" # \"c"},
+                                                        {R"(sync_dir = "/a\"b")", "/a\\\"b"}};
+    for (const auto &[config, expected] : rows)
+        EXPECT_EQ(OneDriveClients::syncDir(config), expected);
+    for (const char *config : {"# sync_dir = \"/a\"\n", "sync_dirs = \"/a\"\nno_sync_dir = \"/b\"", "sync_dir = /a\n",
+                               "sync_dir = \"\"\n", "sync_dir = \""})
+        EXPECT_EQ(OneDriveClients::syncDir(config), std::nullopt) << config;
 }
 
 TEST(OneDriveClients, TellARemoteOfOneDriveFromOneOnTopOfIt) {
@@ -98,26 +95,24 @@ TEST_F(OneDriveFolders, OfClientsAndBehindLinksComeAfterThoseFoundByName) {
 
 TEST_F(OneDriveFolders, OfTheFirstAccountIsTheClientsOwnWithoutASetting) {
     tree.dir("OneDrive");
-    tree.file(".config/onedrive/.config.hash");
-    EXPECT_EQ(found(), Lines{"OneDrive"}) << "the client's folder alone proves nothing";
-    tree.file(".config/onedrive/items.sqlite3");
-    EXPECT_EQ(found(), Lines{"OneDrive = folder of the OneDrive client"});
+    for (const auto &[file, what] :
+         {std::pair(".config.hash", ""), {"items.sqlite3", " = folder of the OneDrive client"}}) {
+        tree.file(std::string(".config/onedrive/") + file);
+        EXPECT_EQ(found(), Lines{std::string("OneDrive") + what}) << file;
+    }
 }
 
 TEST_F(OneDriveFolders, AnUnusableStoredPathIsNoFolder) {
     tree.dir("OneDrive");
     tree.dir("mine");
-    const QString nul = QStringLiteral("mine") + QChar(0) + u'x';
-    const std::tuple<QString, std::string, std::string> rows[] = {{QStringLiteral("mine"), "mine", ""},
-                                                                  {QStringLiteral("x/../mine//."), "mine", ""},
-                                                                  {QStringLiteral("~/mine"), "mine", ""},
-                                                                  {nul, "OneDrive", "mine\uFFFDx"},
-                                                                  {QString(), "OneDrive", ""},
-                                                                  {QStringLiteral("none"), "OneDrive", "none"}};
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"mine", "mine", ""}, {"x/../mine//.", "mine", ""}, {"~/mine", "mine", ""},
+        {"", "OneDrive", ""}, {"none", "OneDrive", "none"}, {std::string("mine\0x", 6), "OneDrive", "mine\uFFFDx"}};
     for (const auto &[chosen, used, gone] : rows) {
-        const auto inUse = Locations::oneDriveInUse(chosen, std::nullopt, Locations::oneDriveFolders());
-        EXPECT_EQ(inUse.root, tree / used) << Text::toBytes(chosen);
-        EXPECT_EQ(inUse.goneChoice.value_or("").filename(), gone) << Text::toBytes(chosen);
+        const auto inUse =
+            Locations::oneDriveInUse(Text::fromBytes(chosen), std::nullopt, Locations::oneDriveFolders());
+        EXPECT_EQ(inUse.root, tree / used) << chosen;
+        EXPECT_EQ(inUse.goneChoice.value_or("").filename(), gone) << chosen;
     }
 }
 

@@ -52,21 +52,16 @@ TEST_F(RealDrives, WhatLiesInTheMountTableButIsNoDrive) {
     EXPECT_EQ(listedBeside(LoopMount({.type = Type::Tmpfs, .name = ".hidden/drive"})), Names());
     EXPECT_EQ(listedBeside(LoopMount({.type = Type::Tmpfs, .below = fs::temp_directory_path()})), Names());
     const LoopMount drive({.type = Type::Tmpfs, .name = "a/x.visible"});
-    {
-        const Mount kernelsOwn("proc", drive.top(), "proc");
-        EXPECT_EQ(listedBeside(drive), Names()) << "covered by one of the kernel's own";
-    }
-    {
-        const Mount startUpDisk("/", drive.top(), "bind");
-        EXPECT_EQ(listedBeside(drive), Names()) << "the file system of the root folder";
-    }
-    {
-        const Mount over("tmpfs", drive.parent() / "a", "tmpfs");
-        EXPECT_EQ(listedBeside(drive), Names{"a"}) << "covered by a drive on a folder above";
-    }
     fs::create_directory(drive.top() / "again");
-    const Mount twice(drive.top(), drive.top() / "again", "bind");
-    EXPECT_EQ(listedBeside(drive), Names{"a/x.visible"}) << "the same drive, mounted twice";
+    const std::tuple<const char *, fs::path, fs::path, const char *, Names> rows[] = {
+        {"covered by one of the kernel's own", "proc", drive.top(), "proc", {}},
+        {"the file system of the root folder", "/", drive.top(), "bind", {}},
+        {"covered by a drive on a folder above", "tmpfs", drive.parent() / "a", "tmpfs", {"a"}},
+        {"the same drive, mounted twice", drive.top(), drive.top() / "again", "bind", {"a/x.visible"}}};
+    for (const auto &[situation, source, target, type, names] : rows) {
+        const Mount over(source, target, type);
+        EXPECT_EQ(listedBeside(drive), names) << situation;
+    }
 }
 
 } // namespace

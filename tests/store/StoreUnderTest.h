@@ -11,6 +11,7 @@
 class StoreUnderTest : public testing::Test {
   protected:
     using Lines = std::vector<std::string>;
+    using Snapshot = std::map<std::string, std::string>;
 
     StoreUnderTest() {
         fs::remove_all(tree.top());
@@ -30,6 +31,8 @@ class StoreUnderTest : public testing::Test {
         fs::remove(Log::shared().url());
         return lines;
     }
+
+    static fs::perms modeOf(const std::string &relative) { return fs::status(tree / relative).permissions(); }
 
     static inline TestTree tree;
 };

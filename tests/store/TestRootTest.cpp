@@ -1,6 +1,5 @@
 #include "store/TestRoot.h"
 
-#include "base/Text.h"
 #include "support/TestTree.h"
 
 #include <cstdlib>
@@ -21,12 +20,6 @@ class TestRootVariable : public testing::Test {
     static std::optional<QString> start(const std::string &value) {
         ::setenv("TARNWICK_TEST_ROOT", value.c_str(), 1);
         return TestRoot::bootstrapFromEnvironment();
-    }
-
-    static QString refusal(const std::string &value) {
-        return QStringLiteral("TARNWICK_TEST_ROOT is set to “") + Text::fromBytes(value) +
-               QStringLiteral("”, but that folder doesn't exist or has no .tarnwick-test-root marker. Not starting, so "
-                              "nothing real is touched.");
     }
 
     TestTree tree;
@@ -54,20 +47,16 @@ TEST_F(TestRootVariable, WithoutAMarkedFolderTheStartIsRefused) {
     tree.file("unmarked/tarnwick-test-root");
     tree.file("file");
     for (const std::string &value : {(tree / "none").native(), (tree / "unmarked").native(), (tree / "file").native(),
-                                     std::string(" "), (tree / "none//x/../“q”").native()}) {
-        EXPECT_EQ(start(value), refusal(value));
+                                     std::string(" "), std::string()}) {
+        EXPECT_EQ(start(value).has_value(), !value.empty()) << value;
         EXPECT_EQ(TestRoot::url(), std::nullopt) << value;
     }
-    EXPECT_EQ(start(""), std::nullopt);
-    EXPECT_FALSE(TestRoot::isActive()) << "without a value the start is an ordinary one";
 }
 
 TEST_F(TestRootVariable, APreparedFolderIsAcceptedAndHoldsOnceItIsSet) {
     EXPECT_EQ(start(TestRoot::prepare(tree / "x/../first//")), std::nullopt);
     EXPECT_EQ(start(TestRoot::prepare(tree / "second")), std::nullopt);
     EXPECT_EQ(TestRoot::url(), tree / "first");
-    for (const char *folder : {"Home/Library/CloudStorage", "Home/Library/Logs", "Support", "Volumes"})
-        EXPECT_TRUE(fs::is_directory(tree / "first" / folder)) << folder;
 }
 
 } // namespace

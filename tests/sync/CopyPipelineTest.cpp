@@ -31,6 +31,7 @@ class PipelineTest : public testing::Test {
         copy.size = std::ssize(copies) - 1;
         CopyInProgress made;
         made.copy = &copy;
+        made.version.size = copy.size;
         return made;
     }
 
@@ -39,7 +40,7 @@ class PipelineTest : public testing::Test {
         const std::string name = std::to_string(made.copy->size);
         volume.filling = 0;
         tree.file("0/" + name);
-        made.staged.emplace(volume, name);
+        made.state.emplace<StagedCopy>(volume, name);
         return made;
     }
 
@@ -75,9 +76,9 @@ class PipelineTest : public testing::Test {
         const std::int64_t number = made.copy->size;
         events.push_back("publish " + std::to_string(number));
         if (number == failsToPublish)
-            made.publishFailure = std::make_exception_ptr(std::runtime_error("failed"));
+            made.state = CopyInProgress::NotPublished{std::make_exception_ptr(std::runtime_error("failed"))};
         else
-            made.outcome = PublishedCopy{Published::Added};
+            made.state = PublishedCopy{Published::Added};
     }
 
     CopyPipeline::Next settle(CopyInProgress &made, int flushError) {
@@ -85,7 +86,9 @@ class PipelineTest : public testing::Test {
         const std::int64_t number = made.copy->size;
         std::string event = "settle " + std::to_string(number);
         event += flushError ? " flush " + std::to_string(flushError) : "";
-        event += made.publishFailure ? " failed" : made.outcome ? " done" : "";
+        event += std::holds_alternative<CopyInProgress::NotPublished>(made.state) ? " failed"
+                 : std::holds_alternative<PublishedCopy>(made.state)              ? " done"
+                                                                                  : "";
         events.push_back(event);
         return number == stopsAt ? CopyPipeline::Next::Stop : CopyPipeline::Next::GoOn;
     }

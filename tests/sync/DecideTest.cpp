@@ -1,6 +1,8 @@
 #include "sync/SyncRules.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
+#include <string>
 
 namespace {
 
@@ -50,6 +52,39 @@ TEST(Decide, ByTimeAndSize) {
             EXPECT_EQ(decide(original, {size, row.backup}, fat), row.otherSize) << row.situation << " on FAT, " << size;
         }
     }
+}
+
+/// When a change of an original right after `now` would show: "cold" (in any case), else from how many milliseconds
+/// after its date on, and "hides" when even the date may stay the same.
+std::string heat(FileTime date, double ago, bool fat) {
+    const std::int64_t nanoseconds = date.nanoseconds + static_cast<std::int64_t>(ago * 1e9);
+    const FileTime now{date.seconds + nanoseconds / 1'000'000'000,
+                       static_cast<std::int32_t>(nanoseconds % 1'000'000'000)};
+    const std::optional<HotOriginal> hot = hotness(date, now, {.fatTimeQuirk = fat, .tolerance = 2});
+    if (!hot)
+        return "cold";
+    return std::to_string(std::lround(secondsBetween(hot->coolAt, date) * 1000)) +
+           (hot->mayHideAChange ? ", hides" : "");
+}
+
+TEST(Decide, WhichOriginalsAreHot) {
+    const FileTime exact = at(0, 900'000'000);
+    const struct {
+        double ago;
+        std::string exact, wholeSeconds, onFat;
+    } rows[] = {{0, "2020, hides", "3000, hides", "4000, hides"},
+                {0.01, "2020, hides", "3000, hides", "4000, hides"},
+                {0.05, "2020", "3000, hides", "4000, hides"},
+                {1.5, "2020", "3000", "4000, hides"},
+                {2.5, "cold", "3000", "4000"},
+                {3.5, "cold", "cold", "4000"},
+                {4.5, "cold", "cold", "cold"}};
+    for (const auto &row : rows) {
+        EXPECT_EQ(heat(exact, row.ago, false), row.exact) << row.ago;
+        EXPECT_EQ(heat(noon, row.ago, false), row.wholeSeconds) << row.ago;
+        EXPECT_EQ(heat(exact, row.ago, true), row.onFat) << row.ago;
+    }
+    EXPECT_EQ(hotness(at(100), noon, {}).has_value(), false) << "a date in the future";
 }
 
 } // namespace

@@ -30,10 +30,10 @@ std::string line(const PairPlan &plan, const PlannedCopy &copy) {
 
 } // namespace
 
-PairPlan planOf(const fs::path &original, const fs::path &backup, const std::function<void()> &onFile,
-                const CancelToken &token) {
+PairPlan planOf(const fs::path &original, const fs::path &backup) {
     const FolderAnchor anchor(original);
-    return Planner({}, token, onFile)
+    const CancelToken token;
+    return Planner({}, token, [] {})
         .build(anchor, fs::exists(backup) ? FolderAnchor(backup) : FolderAnchor::missing(backup));
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "sync/CancelToken.h"
 #include "sync/PairPlan.h"
 
 #include <functional>
@@ -15,9 +14,7 @@ namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
 /// A backup folder that is missing counts as missing, as in a run.
-PairPlan planOf(
-    const fs::path &original, const fs::path &backup, const std::function<void()> &onFile = [] {},
-    const CancelToken &token = CancelToken());
+PairPlan planOf(const fs::path &original, const fs::path &backup);
 
 /// Everything that the plan holds, in the order of the plan: "folder REL > TARGET", "added REL > TARGET:
 /// SIZE@SECONDS", "updated REL > TARGET: SIZE@SECONDS over SIZE@SECONDS", "skip KIND REL | DETAIL", the sentences,

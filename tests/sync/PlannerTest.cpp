@@ -164,21 +164,6 @@ TEST(Planner, LinksAreNeverFollowed) {
                       "added file > file: 7@0", "links: 4"}));
 }
 
-TEST(Planner, ACancelEndsTheWalkAtOnce) {
-    TestTree tree;
-    make(tree, "original", {{"1/file"}, {"1/other"}, {"1/deeper/file"}, {"2/file"}, {"2/other"}, {"3/file"}});
-    for (const std::size_t last : {0U, 1U, 2U, 5U}) {
-        CancelToken token;
-        std::size_t files = 0;
-        const auto cancelAfterLast = [&] {
-            if (files++ == last)
-                token.cancel();
-        };
-        cancelAfterLast();
-        EXPECT_EQ(planOf(tree / "original", tree / "backup", cancelAfterLast, token).copies.size(), last);
-    }
-}
-
 TEST(Planner, TheBackupFolderInsideTheOriginalIsNotEntered) {
     TestTree tree;
     tree.file("original/in/Backup/other/.tw-a.twtmp");

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <set>
 
 namespace RunUnderTest {
 
@@ -93,37 +92,6 @@ void makeFiles(TestTree &tree, const std::string &folder, int count, const std::
         all.resize(std::max(all.size(), size), '.');
         tree.file(folder + '/' + (i < 10 ? "0" : "") + std::to_string(i), all, mtime);
     }
-}
-
-Lines wrongAfterStop(const SyncRun &run, const std::map<std::string, std::string> &original,
-                     const std::map<std::string, std::string> &before,
-                     const std::map<std::string, std::string> &backup) {
-    Lines wrong;
-    std::set<std::string> recorded;
-    for (const ChangeRecord &change : run.changes)
-        recorded.insert(bytes(change.relPath));
-    const auto has = [](const auto &tree, const auto &item) {
-        const auto found = tree.find(item.first);
-        return found != tree.end() && found->second == item.second;
-    };
-    for (const auto &item : backup) {
-        if (item.second == "dir")
-            continue;
-        const bool isNew = has(original, item);
-        if (!isNew && !has(before, item))
-            wrong.push_back("neither old nor new: " + item.first);
-        if ((recorded.erase(item.first) == 1) != (isNew && !has(before, item)))
-            wrong.push_back("recorded wrongly: " + item.first);
-    }
-    for (const std::string &missing : recorded)
-        wrong.push_back("recorded but not there: " + missing);
-    for (const auto &item : before) {
-        if (!backup.contains(item.first))
-            wrong.push_back("gone: " + item.first);
-    }
-    if (run.filesCopied != static_cast<std::int64_t>(run.changes.size()) + run.changesOmitted)
-        wrong.push_back("files copied: " + std::to_string(run.filesCopied));
-    return wrong;
 }
 
 } // namespace RunUnderTest

@@ -41,10 +41,4 @@ Lines sorted(Lines lines);
 void makeFiles(TestTree &tree, const std::string &folder, int count, const std::string &content, FileTime mtime,
                std::size_t size = 40);
 
-/// What a stopped run may have left: every file of the backup is as it was `before` or as in the original,
-/// and the run recorded exactly those that changed. Returns what is wrong.
-Lines wrongAfterStop(const SyncRun &run, const std::map<std::string, std::string> &original,
-                     const std::map<std::string, std::string> &before,
-                     const std::map<std::string, std::string> &backup);
-
 } // namespace RunUnderTest

@@ -1,7 +1,9 @@
+#include "base/Text.h"
 #include "platform/FolderAnchor.h"
 #include "platform/Lock.h"
 #include "sync/PlanUnderTest.h"
 #include "sync/RunUnderTest.h"
+#include "sync/TempArea.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +14,7 @@ namespace {
 using RunUnderTest::Lines;
 using RunUnderTest::run;
 using RunUnderTest::Sandbox;
+using RunUnderTest::sorted;
 using RunUnderTest::told;
 
 const std::string inTheWay = "something that is neither a file nor a folder is in the way in OneDrive";
@@ -69,7 +72,6 @@ TEST(SyncRunner, RemovesLeftoversButNothingOfTheUsers) {
     Sandbox box;
     box.file("A/sub/file");
     box.file("OneDrive/A/sub/.tw-1A2B3C4D-5E6.twtmp");
-    box.file("OneDrive/A/.tw-old-1A2B3C4D-5E6.twtmp");
     for (const std::string mine : {".hidden", ".tw-notes", "x.twtmp", "tw-a.twtmp", ".tw-folder.twtmp/file"})
         box.file("OneDrive/A/" + mine);
     box.file("OneDrive/A/.tw-busy.twtmp");
@@ -78,7 +80,6 @@ TEST(SyncRunner, RemovesLeftoversButNothingOfTheUsers) {
     box.link("OneDrive/A/.tw-link.twtmp", ".hidden");
     box.link("OneDrive/A/sub/.tw-old-link.twtmp", "../.hidden");
     expected.erase("sub/.tw-1A2B3C4D-5E6.twtmp");
-    expected.erase(".tw-old-1A2B3C4D-5E6.twtmp");
     expected["sub/file"] = box.snapshot("A").at("sub/file");
 
     const FolderAnchor backup(box / "OneDrive/A");
@@ -89,20 +90,27 @@ TEST(SyncRunner, RemovesLeftoversButNothingOfTheUsers) {
     EXPECT_TRUE(fs::exists(box / "A/.tw-own.twtmp"));
 }
 
-TEST(SyncRunner, AnOldVersionSetAsideStaysWhileItsPairHasErrors) {
+/// It may be the only version that is left.
+TEST(SyncRunner, AnOldVersionSetAsideStaysWhileItsPairHasErrorsOrItsPlaceIsEmpty) {
     Sandbox box;
     box.file("A/file");
     box.file("B/file");
     box.link("OneDrive/A/file", "nowhere");
-    const std::string aside = ".tw-old-1A2B3C4D-5E6.twtmp";
+    const std::string aside = TempArea::asideName("file");
+    const std::string orphan = TempArea::asideName("gone");
     box.file("OneDrive/A/" + aside);
     box.file("OneDrive/A/.tw-1A2B3C4D-5E6.twtmp");
     box.file("OneDrive/B/" + aside);
-    run({box.job("A"), box.job("B")});
-    EXPECT_EQ(box.leftovers(), Lines{"OneDrive/A/" + aside});
+    box.file("OneDrive/B/" + orphan);
+    const SyncRun first = run({box.job("A"), box.job("B")});
+    EXPECT_EQ(sorted(box.leftovers()), sorted({"OneDrive/A/" + aside, "OneDrive/B/" + orphan}));
+    ASSERT_EQ(first.notes.size(), 1u);
+    EXPECT_EQ(first.notes.front(), QStringLiteral("B: “") + Text::fromPath(box / ("OneDrive/B/" + orphan)) +
+                                       QStringLiteral("” is what is left of a file whose replacement was interrupted. "
+                                                      "Rename it to keep it."));
     fs::remove(box / "OneDrive/A/file");
     run({box.job("A")});
-    EXPECT_EQ(box.leftovers(), Lines());
+    EXPECT_EQ(box.leftovers(), Lines{"OneDrive/B/" + orphan});
 }
 
 TEST(SyncRunner, WhatAnOrdinaryUserMayNotReadOrWriteIsAnErrorLine) {

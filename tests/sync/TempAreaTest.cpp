@@ -109,6 +109,14 @@ INSTANTIATE_TEST_SUITE_P(
                   return std::vector{disk / "ann/OneDrive"};
               },
               ofUser},
+        Place{"TheTopWithAnothersTemporaryItemsInTheCacheFolder",
+              [](Sandbox &box, TestTree &disk) {
+                  disk.dir("cache/TemporaryItems");
+                  EXPECT_EQ(::chown((disk / "cache/TemporaryItems").c_str(), 1234, 1234), 0);
+                  box.link("cache", disk / "cache");
+                  return std::vector{disk / "ann/OneDrive"};
+              },
+              ofUser},
         Place{"TheParentOfTheOutermostTree",
               [](Sandbox &box, TestTree &disk) {
                   disk.link(".TemporaryItems", "elsewhere");

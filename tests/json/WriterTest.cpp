@@ -1,34 +1,29 @@
 #include "json/Json.h"
-#include "records/SampleRecords.h"
+#include "records/AppConfig.h"
 
 #include <gtest/gtest.h>
 #include <limits>
 
 namespace {
 
-TEST(JsonWriter, LaysOutAConfigInOneWay) {
-    AppConfig config = Sample::appConfig();
-    config.pairs.pop_back();
-    config.pairs[0].volumeUUID.reset();
+TEST(JsonWriter, LaysOutARecordInOneWay) {
+    const AppConfig config{.pairs = {{.id = QUuid(), .lastOK = true}}, .oneDriveRootPath = QStringLiteral("/o")};
     EXPECT_EQ(Json::toBytes(config).toStdString(), R"({
-  "autoSyncOnConnect" : false,
-  "hasCompletedFirstRun" : true,
-  "notifications" : false,
-  "oneDriveMountPoint" : "\/home\/u\/Library",
-  "oneDriveRootPath" : "\/home\/u\/Library\/CloudStorage\/OneDrive-Personal",
+  "autoSyncOnConnect" : true,
+  "hasCompletedFirstRun" : false,
+  "notifications" : true,
+  "oneDriveRootPath" : "\/o",
   "pairs" : [
     {
-      "backupRelPath" : "Sicherung\/Bücher 😀",
-      "enabled" : false,
-      "id" : "00000001-1234-ABCD-0102-03040A0B0C0D",
+      "backupRelPath" : "",
+      "enabled" : true,
+      "id" : "00000000-0000-0000-0000-000000000000",
       "lastOK" : true,
-      "lastSummary" : "2 files copied",
-      "lastSync" : "2026-09-01T10:00:00Z",
-      "sourceRelPath" : "Photos\/2024",
-      "volumeName" : "Backup “eins”"
+      "sourceRelPath" : "",
+      "volumeName" : ""
     }
   ],
-  "schema" : 7
+  "schema" : 1
 })");
 }
 
