@@ -287,7 +287,8 @@ def untold(name, originals, before, after, outcome):
     record = outcome.record
     if record is None:
         # Told to stop before anything was begun, it just ends.
-        if outcome.status in (0, None) or not (outcome.err or outcome.status == 130) or before != after:
+        wasStopped = outcome.status in (130, -signal.SIGINT)
+        if outcome.status in (0, None) or not (outcome.err or wasStopped) or before != after:
             yield f"no record, status {outcome.status}, told: {outcome.err!r}"
         return
     copied = {path for path, item in after.items() if item.kind == "file" and item != before.get(path)}
