@@ -56,7 +56,8 @@ def by_folder_and_name(items):
 
 def told_by(record):
     skips = [f"{skip['path']} {skip['kind']} {skip['detail']}" for skip in record["skipped"]]
-    return [sorted(told) for told in (record["keptNewer"], record["conflicts"], record["errors"], record["notes"], skips)]
+    lists = [record[name] for name in ("keptNewer", "conflicts", "errors", "notes")]
+    return [sorted(told) for told in (*lists, skips)]
 
 
 class Judged:
@@ -66,8 +67,8 @@ class Judged:
         self.originals, self.before, self.after = originals, before, after
         self.changes = {f"{change['pairName']}/{change['relPath']}": change for change in record["changes"]}
         self.targets = {told: os.path.relpath(change["path"], top) for told, change in self.changes.items()}
-        self.told = {kind: {f"{skip['pairName']}/{skip['relPath']}" for skip in record["skipped"] if skip["kind"] == kind}
-                     for kind in ("name", "type")}
+        self.told = {kind: {f"{skip['pairName']}/{skip['relPath']}" for skip in record["skipped"]
+                            if skip["kind"] == kind} for kind in ("name", "type")}
         self.told |= {"kept": {line.split(" — ")[0] for line in record["keptNewer"]},
                       "conflict": {line.split(" — ")[0] for line in record["conflicts"]},
                       "error": {line.split(": ")[0] for line in record["errors"]}, "copied": set(self.changes)}
@@ -118,8 +119,8 @@ class Judged:
         """Where in the backup an item of this kind may be meant: by its own spelling, else by any other."""
         folder, name = split(path)
         items = self.before if items is None else items
-        found = [place for parent in self.places[folder] for place in self.alike[id(items)].get((parent, folded(name)), ())
-                 if items[place].kind == kind]
+        found = [place for parent in self.places[folder]
+                 for place in self.alike[id(items)].get((parent, folded(name)), ()) if items[place].kind == kind]
         return [place for place in found if same_text(split(place)[1]) == same_text(name)] or found
 
     def is_blocked(self, path):
