@@ -6,8 +6,8 @@
 #include "app/TarnwickBasicMain.h"
 #include "base/Paths.h"
 #include "base/Text.h"
-#include "model/AppModel.h"
 #include "json/JsonWriter.h"
+#include "model/AppModel.h"
 #include "store/Locations.h"
 #include "sync/OneDriveNames.h"
 

@@ -5,9 +5,9 @@
 #include "app/TarnwickBasicMain.h"
 #include "app/Windows.h"
 #include "base/Text.h"
+#include "json/Json.h"
 #include "model/AppModel.h"
 #include "platform/AtomicFile.h"
-#include "json/Json.h"
 #include "ui/AddFolderSheet.h"
 #include "ui/MainView.h"
 

@@ -10,8 +10,8 @@
 #include "app/SyncService.h"
 #include "app/TarnwickBasicMain.h"
 #include "base/Text.h"
-#include "model/AppModel.h"
 #include "json/Json.h"
+#include "model/AppModel.h"
 
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>

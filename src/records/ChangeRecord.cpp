@@ -1,8 +1,8 @@
 #include "records/ChangeRecord.h"
 
-#include "records/Hash.h"
 #include "json/JsonReader.h"
 #include "json/JsonWriter.h"
+#include "records/Hash.h"
 
 void ChangeRecord::toJson(JsonWriter &out) const {
     out.beginObject();

@@ -1,8 +1,8 @@
 #include "records/SkippedItem.h"
 
-#include "records/Hash.h"
 #include "json/JsonReader.h"
 #include "json/JsonWriter.h"
+#include "records/Hash.h"
 
 void SkippedItem::toJson(JsonWriter &out) const {
     out.beginObject();
