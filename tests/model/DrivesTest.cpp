@@ -1,6 +1,5 @@
 #include "model/ModelUnderTest.h"
 #include "store/DriveProfile.h"
-#include "support/ServedMount.h"
 #include "sync/FileGate.h"
 
 namespace {
@@ -56,24 +55,6 @@ TEST_F(DrivesUnderTest, NoProfileIsLostThatIsNotYetBroughtBack) {
     });
     settle();
     EXPECT_EQ(profile(other), Lines{"- B"});
-}
-
-TEST_F(DrivesUnderTest, OnFatOneHourIsNothing) {
-    if (const auto reason = ServedMount::whyNot("type fusefat mkfs.vfat"))
-        GTEST_SKIP() << *reason;
-    const std::string image = tree / "image";
-    ASSERT_EQ(std::system(("PATH=$PATH:/usr/sbin:/sbin mkfs.vfat -C " + image + " 5000 >/dev/null").c_str()), 0);
-    for (const fs::path &fat : {drive, oneDrive, other}) {
-        fs::remove_all(drive / "A");
-        fs::remove_all(oneDrive / "A");
-        const ServedMount mount({"fusefat", "-f", "-o", "rw+", image, fat}, fat);
-        tree.file("Volumes/Drive/A/file", "mine", someTime);
-        tree.file("Home/OneDrive/A/file", "ours", later(someTime, -3600));
-        load({"+ Drive:A > A"});
-        start();
-        EXPECT_EQ(run().upToDate, fat == other ? 0 : 1) << fat;
-        EXPECT_EQ(tree.read("Home/OneDrive/A/file"), fat == other ? "mine" : "ours") << fat;
-    }
 }
 
 TEST_F(DrivesUnderTest, WhatIsSyncedOnItsOwnAndWhen) {
