@@ -95,7 +95,7 @@ class Test(ApplicationTest):
         wait_for("the word that the drive is free", lambda: len(server.shown) == 2, 1)
         self.assertEqual(server.shown[1], {**server.shown[0], "title": "“Fotos März” can be ejected now",
                                            "body": "Sync cancelled after 0 files"})
-        self.assertTrue(drive.is_unmounted())
+        wait_for("the eject", drive.is_unmounted, 1)  # once its profile has been looked at
         self.assertEqual(sorted(file.name for file in desktop.cloud.rglob("*.*")), ["Film.mov", "Grüße.txt"])
         log = re.sub("(?m)^Sync finished.*\n", "", desktop.log()).replace("1.0.0 ", "")
         # An eject that has to be tried again is told again.
