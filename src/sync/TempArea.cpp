@@ -105,6 +105,11 @@ FileDescriptor makeLocked(int place, std::string &name) {
     return {};
 }
 
+/// Inside a test root nothing real is, not even for cleaning up.
+bool mayBeTouched(const fs::path &top) {
+    return !TestRoot::isActive() || Paths::isWithin(top, *TestRoot::url());
+}
+
 /// Gives the volume a temporary folder in `place`, if that is open and on the same mount.
 void makeAreaIn(TempVolume &volume, std::uint64_t mountId, const fs::path &path, const FileDescriptor &place) {
     const std::optional<FileFacts> facts = place ? lookAtOpen(place.get()) : std::nullopt;
@@ -240,7 +245,7 @@ TempVolume &TempArea::volumeOf(int targetFolder, const Path &path) {
 void TempArea::makeArea(TempVolume &volume, const MountEntry *mount, std::uint64_t mountId, const Path &target) const {
     const bool isOnDrive = mount && Locations::volumeInfo(mount->mountPoint);
     const auto tryTop = [&](const Path &top) {
-        if (!volume.area && isOutsideOneDrive(drivePlace(top)))
+        if (!volume.area && mayBeTouched(top) && isOutsideOneDrive(drivePlace(top)))
             makeAreaIn(volume, mountId, drivePlace(top), makeDrivePlace(top));
     };
     if (isOnDrive)
@@ -297,8 +302,7 @@ void TempArea::cleanup() {
 void TempArea::purgeStale(const std::vector<Path> &volumes) {
     purgePlace(userPlace());
     for (const Path &volume : volumes) {
-        // Inside a test root nothing real is touched, not even for cleaning up.
-        if (!TestRoot::isActive() || Paths::isWithin(volume, *TestRoot::url()))
+        if (mayBeTouched(volume))
             purgePlace(drivePlace(volume));
     }
 }
