@@ -35,9 +35,7 @@ fs::path placeFor(const fs::path &target, const std::vector<fs::path> &trees = {
         return {};
     EXPECT_TRUE(volume.path.filename().native().starts_with("NSIRD_TarnwickBasic_")) << volume.path;
     EXPECT_EQ(modeOf(volume.path), 0700u);
-    const auto inside = lookAtOpen(volume.folderToFill());
-    const auto expected = lookAtOpen(folder.get());
-    EXPECT_TRUE(inside && expected && inside->mountId == expected->mountId);
+    EXPECT_EQ(lookAtOpen(volume.folderToFill()).value().mountId, lookAtOpen(folder.get()).value().mountId);
     return volume.path.parent_path();
 }
 
@@ -184,7 +182,8 @@ TEST(TempPurge, LeavesWhatIsLocked) {
     box.file(place + "._NSIRD_TarnwickBasic_busy");
     const FileDescriptor folder = opened(box / (place + "NSIRD_TarnwickBasic_busy"));
     FileDescriptor file = opened(box / (place + "._NSIRD_TarnwickBasic_busy"));
-    ASSERT_TRUE(Lock::tryLock(folder.get()) && Lock::tryLock(file.get()));
+    ASSERT_TRUE(Lock::tryLock(folder.get()));
+    ASSERT_TRUE(Lock::tryLock(file.get()));
     TempArea area({});
     const TempVolume &alive = area.volumeOf(opened(box / "OneDrive").get(), box / "OneDrive");
     TempArea::purgeStale({});
