@@ -1,0 +1,4 @@
+// The same for all tests.
+#include "Headers.h"
+
+#include <gtest/gtest.h>
